@@ -1,0 +1,10 @@
+#pragma once
+
+#include <vector>
+
+namespace ipl {
+
+template <class Element>
+using vector = std::vector<Element>;
+
+}  // namespace ipl
