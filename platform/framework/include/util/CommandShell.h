@@ -45,7 +45,7 @@ class CommandShell {
                       unsigned indent);
 
     /// Reads and runs lines until `exit` or the end of the input, waits until the running commands have ended, and sends
-    /// every service the Ended event. An `exit` while commands run tells which, and how to end them; a second one ends
+    /// every service, the last one first, the Ended event. Called once. An `exit` while commands run tells which, and how to end them; a second one ends
     /// the process.
     void startParser();
 

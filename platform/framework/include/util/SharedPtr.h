@@ -35,10 +35,12 @@ class SharedPtrDefaultBase {
         : m_object(std::exchange(other.m_object, nullptr)),
           m_deleter(other.m_deleter),
           m_context(std::exchange(other.m_context, nullptr)) {}
-    SharedPtrDefaultBase& operator=(SharedPtrDefaultBase other) noexcept {
-        std::swap(m_object, other.m_object);
-        std::swap(m_deleter, other.m_deleter);
-        std::swap(m_context, other.m_context);
+    SharedPtrDefaultBase& operator=(const SharedPtrDefaultBase& other) {
+        SharedPtrDefaultBase(other).swap(*this);
+        return *this;
+    }
+    SharedPtrDefaultBase& operator=(SharedPtrDefaultBase&& other) noexcept {
+        SharedPtrDefaultBase(std::move(other)).swap(*this);
         return *this;
     }
     ~SharedPtrDefaultBase() {
@@ -49,6 +51,12 @@ class SharedPtrDefaultBase {
     void* object() const { return m_object; }
 
   private:
+    void swap(SharedPtrDefaultBase& other) noexcept {
+        std::swap(m_object, other.m_object);
+        std::swap(m_deleter, other.m_deleter);
+        std::swap(m_context, other.m_context);
+    }
+
     void* m_object;
     Deleter m_deleter;
     Context* m_context;

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <sys/epoll.h>
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "FileDescriptor.h"
+
+namespace comm::transport {
+
+/// Waits for several descriptors at once, each known by a number of the user's choice, and for a wake-up by another
+/// thread, which is number 0.
+class Epoll {
+  public:
+    static constexpr std::uint64_t WakeUp = 0;
+
+    /// True on failure, with the reason in the error storage.
+    bool open();
+
+    /// Watches a descriptor for `EPOLL...` events, or changes what it is watched for. A closed descriptor is forgotten.
+    /// Any thread. True on failure, with the reason in the error storage.
+    bool set(int fd, std::uint64_t number, std::uint32_t events);
+
+    /// Makes this and every later `wait` return at once, with the wake-up among its events. Any thread.
+    void wakeUp();
+
+    /// Blocks until something happens. What it gives is good until the next call. One thread at a time.
+    std::span<const epoll_event> wait();
+
+  private:
+    FileDescriptor m_epoll;
+    FileDescriptor m_wakeUp;
+    std::array<epoll_event, 32> m_events{};
+};
+
+}  // namespace comm::transport

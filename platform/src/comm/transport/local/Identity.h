@@ -1,0 +1,22 @@
+#pragma once
+
+#include "comm/TrackedBase.h"
+#include "ipl/string.h"
+
+namespace comm::transport {
+
+/// An identity as this transport keeps it.
+struct Identity {
+    explicit Identity(const TrackedBase::IdentityArgs& args)
+        : key(args.instanceKey),
+          interfaceUuid(args.interfaceUuid),
+          display(ipl::string(args.interfaceName) + '/' + std::to_string(args.instanceKey.instance)),
+          fileName(args.instanceKey.uuid.toString() + '.' + std::to_string(args.instanceKey.instance)) {}
+
+    const InstanceKey key;
+    const ipl::UUID interfaceUuid;
+    const ipl::string display;   ///< for people: interface name and instance
+    const ipl::string fileName;  ///< of the registration's socket; short, since addresses are
+};
+
+}  // namespace comm::transport

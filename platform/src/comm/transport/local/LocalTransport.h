@@ -1,0 +1,67 @@
+#pragma once
+
+#include <atomic>
+#include <map>
+#include <memory>
+#include <mutex>
+
+#include "../Transport.h"
+#include "Epoll.h"
+#include "RuntimeDirectory.h"
+#include "ipl/vector.h"
+#include "util/Thread.h"
+
+namespace comm::transport {
+
+class LocalLink;
+
+/// The transport within one machine: Unix-domain sockets in a private directory.
+///
+/// Its thread waits for registrations to appear, follows the links' connections, and sends on what a receiver did not
+/// take at once. It sleeps while nothing happens.
+class LocalTransport final : public Transport, private util::Thread::Runnable {
+  public:
+    LocalTransport();
+    ~LocalTransport() override;
+
+    bool start() override;
+    void stop() override;
+    ipl::string description() const override;
+    std::shared_ptr<Listener> listen(const TrackedBase::IdentityArgs& identity,
+                                     std::shared_ptr<ListenerEvents> events) override;
+    std::shared_ptr<Link> link(const TrackedBase::IdentityArgs& identity, LinkEvents& events) override;
+
+    /// For the links. What happens to a link is told to it until it is removed. True on failure, with the reason in the
+    /// error storage.
+    bool add(std::shared_ptr<LocalLink> link);
+    void remove(std::uint64_t number);
+    /// Watches a link's socket for its end and, with `forRoom`, for room to send.
+    bool watch(int fd, std::uint64_t number, bool forRoom);
+    std::uint64_t nextNumber() { return m_nextNumber++; }
+    const RuntimeDirectory& directory() const { return m_directory; }
+
+  private:
+    static constexpr std::uint64_t DirectoryChanged = 1;
+
+    bool watchDirectory();
+    void run(util::Thread const* const thread) override;
+    void readDirectoryChanges();
+    void tellAppeared(const ipl::string& fileName);
+    std::shared_ptr<LocalLink> find(std::uint64_t number);
+    void keep(std::unique_ptr<util::Thread> thread);
+
+    RuntimeDirectory m_directory;
+    Epoll m_epoll;
+    FileDescriptor m_changes;
+    util::Thread m_thread;
+    std::atomic<std::uint64_t> m_nextNumber{DirectoryChanged + 1};
+
+    // Guards what follows. Nothing else is locked under it.
+    std::mutex m_mutex;
+    bool m_running = false;
+    std::map<std::uint64_t, std::shared_ptr<LocalLink>> m_links;
+    // Dispatch threads that ended inside their own callbacks.
+    ipl::vector<std::unique_ptr<util::Thread>> m_ended;
+};
+
+}  // namespace comm::transport
