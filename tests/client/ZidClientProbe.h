@@ -1,0 +1,32 @@
+#pragma once
+
+#include "ZidClient.h"
+
+/// Reaches the figures of a client that no test could bring about in a reasonable time.
+class ZidClientProbe {
+  public:
+    explicit ZidClientProbe(ZidClient& client) : m_client(client) {}
+
+    void wakeSender() { pthread_cond_signal(&m_client.m_cond); }
+    void setMessageCount(std::uint64_t count) { m_client.m_msgcnt = count; }
+    std::uint16_t noSignalCount() const { return m_client.m_nosignalcnt; }
+    std::uint64_t messageCount() const { return m_client.m_msgcnt; }
+
+    void setFigures(std::uint64_t rate, std::uint64_t bytes, std::uint64_t average, std::uint32_t maximum) {
+        m_client.m_msgspersec = rate;
+        m_client.m_bytespersec = bytes;
+        m_client.m_avglatency = average;
+        m_client.m_maxlatency = maximum;
+    }
+    void compute(std::uint64_t count, std::uint64_t latencySum, std::uint32_t testTime) {
+        m_client.m_msgcnt = count;
+        m_client.m_latencysum = latencySum;
+        m_client.computeRates(testTime);
+    }
+    void countLatency(std::uint32_t roundTrip) { m_client.countLatency(roundTrip); }
+    void printStats(bool withHistogram) const { m_client.printStats(withHistogram); }
+    void printPeriodicReport(std::uint32_t testTime) { m_client.printPeriodicReport(testTime); }
+
+  private:
+    ZidClient& m_client;
+};

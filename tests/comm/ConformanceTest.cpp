@@ -1,0 +1,364 @@
+// What every transport guarantees, tested through the library's interface alone. A further transport runs the same suite
+// as a further process name.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <thread>
+
+#include "PeerProcess.h"
+#include "RunningAgent.h"
+#include "TestService.h"
+#include "ipl/ErrorStorage.h"
+
+namespace {
+
+constexpr std::uint32_t MiB = 1U << 20;
+
+std::string takeReason() {
+    const char* reason = ipl::ErrorStorage::reason();
+    const std::string text = reason == nullptr ? "" : reason;
+    ipl::ErrorStorage::ack();
+    return text;
+}
+
+class Conformance : public testing::TestWithParam<const char*> {
+  protected:
+    void TearDown() override { ipl::ErrorStorage::ack(); }
+
+    RunningAgent agent{GetParam()};
+};
+
+class LifecycleLog final : public comm::LifecycleListener {
+  public:
+    void lifecycleChanged(bool alive) override { log.add(alive ? "alive" : "dead"); }
+    EventLog log;
+};
+
+TEST_P(Conformance, ConnectingToALivingRegistrationIsCompleteOnReturn) {
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    EXPECT_TRUE(proxy.isAlive());
+    proxy.call(5);
+    ASSERT_TRUE(service.log.waitForCount(2));
+    EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "5"}));
+}
+
+TEST_P(Conformance, AProxyFollowsItsRegistration) {
+    LifecycleLog life;
+    TestProxy proxy(1, &life);
+    ASSERT_FALSE(proxy.connect());
+    EXPECT_TRUE(proxy.isDead());
+    for (std::ptrdiff_t round = 1; round <= 20; ++round) {
+        TestService service(1);
+        ASSERT_FALSE(service.registration().registerService());
+        ASSERT_FALSE(proxy.waitUntilAlive());
+        proxy.call(7);
+        ASSERT_TRUE(service.log.waitFor("7"));
+        ASSERT_FALSE(service.registration().unregisterService());
+        ASSERT_FALSE(proxy.waitUntilDead());
+    }
+    proxy.disconnect();
+    const auto changes = life.log.all();
+    ASSERT_EQ(changes.size(), 40U);
+    for (std::size_t i = 0; i < changes.size(); ++i) EXPECT_EQ(changes[i], i % 2 == 0 ? "alive" : "dead");
+}
+
+TEST_P(Conformance, CallsArriveInOrderWithTheirBytes) {
+    std::atomic<unsigned> wrong{0};
+    const auto sizeOf = [](unsigned i) { return i % 50 == 49 ? MiB : i * 37 % 70000; };
+    unsigned expected = 0;
+    TestService service(1, [&](const comm::Message& message) {
+        const bool right = message.handleSize == expected && message.data &&
+                           message.data->size == sizeOf(expected) &&
+                           countsUpFrom(*message.data, static_cast<std::uint8_t>(expected));
+        if (!right) ++wrong;
+        ++expected;
+    });
+    ASSERT_FALSE(service.registration().registerService());
+    {
+        TestProxy proxy(1);
+        ASSERT_FALSE(proxy.connect());
+        // The sender's array changes as soon as the call has returned.
+        const util::UInt8ArrayPtr array = util::CITypesFactory::createUInt8Array(MiB);
+        for (unsigned i = 0; i < 400; ++i) {
+            array->size = sizeOf(i);
+            for (std::uint32_t k = 0; k < array->size; ++k) array->data[k] = static_cast<std::uint8_t>(i + k);
+            proxy.call(static_cast<std::uint16_t>(i), array);
+        }
+    }
+    ASSERT_TRUE(service.log.waitFor("disconnected"));
+    const auto events = service.log.all();
+    EXPECT_EQ(events.front(), "connected");
+    EXPECT_EQ(events.back(), "disconnected");
+    EXPECT_EQ(events.size(), 402U);
+    EXPECT_EQ(wrong, 0U);
+}
+
+TEST_P(Conformance, AnArrayThatTheReceiverKeepsIsItsOwn) {
+    std::vector<util::UInt8ArrayPtr> kept;
+    TestService service(1, [&](const comm::Message& message) { kept.push_back(message.data); });
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    for (std::uint8_t i = 0; i < 10; ++i) proxy.call(i, countingArray(1000, i));
+    proxy.call(10);
+    proxy.call(11, countingArray(0, 0));
+    ASSERT_TRUE(service.log.waitFor("11"));
+    for (std::uint8_t i = 0; i < 10; ++i) EXPECT_TRUE(countsUpFrom(*kept[i], i));
+    EXPECT_FALSE(kept[10]);  // no array at all
+    ASSERT_TRUE(kept[11]);   // an array of size 0
+    EXPECT_EQ(kept[11]->size, 0U);
+}
+
+TEST_P(Conformance, CallsOfOneRegistrationComeOneAtATime) {
+    std::atomic<int> inside{0};
+    std::atomic<bool> overlapped{false};
+    TestService service(1, [&](const comm::Message&) {
+        if (++inside != 1) overlapped = true;
+        std::this_thread::yield();
+        --inside;
+    });
+    ASSERT_FALSE(service.registration().registerService());
+    std::vector<std::thread> callers;
+    for (int caller = 0; caller < 4; ++caller)
+        callers.emplace_back([] {
+            TestProxy proxy(1);
+            EXPECT_FALSE(proxy.connect());
+            for (std::uint16_t i = 0; i < 200; ++i) proxy.call(1, countingArray(100, 0));
+        });
+    for (auto& caller : callers) caller.join();
+    ASSERT_TRUE(service.log.waitFor("disconnected", 4));
+    EXPECT_TRUE(service.log.waitFor("1", 800));
+    EXPECT_FALSE(overlapped);
+}
+
+TEST_P(Conformance, ThreadsMayShareAProxy) {
+    std::atomic<unsigned> wrong{0};
+    TestService service(1, [&](const comm::Message& message) {
+        if (!message.data || !countsUpFrom(*message.data, static_cast<std::uint8_t>(message.handleSize))) ++wrong;
+    });
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    std::vector<std::thread> callers;
+    for (std::uint8_t caller = 0; caller < 4; ++caller)
+        callers.emplace_back([&proxy, caller] {
+            for (int i = 0; i < 100; ++i) proxy.call(caller, countingArray(30000, caller));
+        });
+    for (auto& caller : callers) caller.join();
+    ASSERT_TRUE(service.log.waitForCount(401));
+    EXPECT_EQ(wrong, 0U);
+}
+
+TEST_P(Conformance, AWaitEndsWithFailureWhenTheProxyIsDisconnected) {
+    TestProxy proxy(1);
+    EXPECT_TRUE(proxy.waitUntilAlive()) << "never connected";
+    ASSERT_FALSE(proxy.connect());
+    std::thread waiter([&] {
+        EXPECT_TRUE(proxy.waitUntilAlive());
+        EXPECT_NE(takeReason(), "");
+    });
+    proxy.disconnect();
+    waiter.join();
+}
+
+TEST_P(Conformance, TheAgentsEndWithdrawsAndDisconnectsEverything) {
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy connected(1);
+    ASSERT_FALSE(connected.connect());
+    TestProxy pending(2);
+    ASSERT_FALSE(pending.connect());
+    std::thread forLife([&] { EXPECT_TRUE(pending.waitUntilAlive()); });
+    std::thread forDeath([&] { (void)connected.waitUntilDead(); });  // its service may go before it does
+    agent.end();
+    forLife.join();
+    forDeath.join();
+    EXPECT_FALSE(service.registration().isAlive());
+    connected.call(1);
+    EXPECT_NE(takeReason(), "");
+    EXPECT_TRUE(TestProxy(1).connect());
+    EXPECT_TRUE(service.registration().registerService());
+    EXPECT_NE(takeReason().find("no agent"), std::string::npos);
+}
+
+TEST_P(Conformance, ACallOnWhatIsNotAliveIsDroppedWithAReason) {
+    TestProxy proxy(9);
+    proxy.call(1);
+    EXPECT_NE(takeReason().find("test.Interface/9"), std::string::npos);
+    ASSERT_FALSE(proxy.connect());
+    proxy.call(1);
+    EXPECT_NE(takeReason().find("test.Interface/9"), std::string::npos);
+
+    TestService service(9);
+    ASSERT_FALSE(service.registration().registerService());
+    ASSERT_FALSE(proxy.waitUntilAlive());
+    proxy.call(2);
+    ASSERT_TRUE(service.log.waitForCount(2));
+    EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "2"}));
+}
+
+TEST_P(Conformance, ASecondRegistrationIsRefusedAndNamesTheHolder) {
+    TestService first(1);
+    ASSERT_FALSE(first.registration().registerService());
+    TestService second(1);
+    ASSERT_TRUE(second.registration().registerService());
+    EXPECT_NE(takeReason().find(std::to_string(::getpid())), std::string::npos);
+    EXPECT_FALSE(second.registration().isAlive());
+    ASSERT_FALSE(first.registration().unregisterService());
+    EXPECT_FALSE(second.registration().registerService());
+}
+
+TEST_P(Conformance, NoCallbackRunsAfterUnregistering) {
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<bool> gone{false};
+        std::atomic<bool> late{false};
+        TestService service(1, [&](const comm::Message&) {
+            if (gone) late = true;
+        });
+        ASSERT_FALSE(service.registration().registerService());
+        std::atomic<bool> stop{false};
+        std::thread caller([&] {
+            TestProxy proxy(1);
+            EXPECT_FALSE(proxy.connect());
+            while (!stop) proxy.call(1);
+        });
+        ASSERT_TRUE(service.log.waitFor("1", 10));
+        ASSERT_FALSE(service.registration().unregisterService());
+        gone = true;
+        const std::size_t before = service.log.all().size();
+        stop = true;
+        caller.join();
+        EXPECT_EQ(service.log.all().size(), before);
+        EXPECT_FALSE(late);
+    }
+}
+
+TEST_P(Conformance, ACallbackMayUnregisterItsOwnRegistration) {
+    TestService* self = nullptr;
+    TestService service(1, [&](const comm::Message&) { EXPECT_FALSE(self->registration().unregisterService()); });
+    self = &service;
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    for (int i = 0; i < 10; ++i) proxy.call(1);
+    ASSERT_FALSE(proxy.waitUntilDead());
+    ASSERT_TRUE(service.log.waitFor("1"));
+    EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "1"}));
+    EXPECT_FALSE(service.registration().registerService());
+    EXPECT_FALSE(proxy.waitUntilAlive());
+}
+
+TEST_P(Conformance, ACallbackMayDestroyAProxy) {
+    TestService target(2);
+    ASSERT_FALSE(target.registration().registerService());
+    auto held = std::make_unique<TestProxy>(2);
+    ASSERT_FALSE(held->connect());
+    TestService service(1, [&](const comm::Message&) { held.reset(); });
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    proxy.call(1);
+    EXPECT_TRUE(target.log.waitFor("disconnected"));
+}
+
+TEST_P(Conformance, AListenerMayDestroyItsProxy) {
+    struct Destroyer final : comm::LifecycleListener {
+        void lifecycleChanged(bool alive) override {
+            if (alive) return;
+            proxy.reset();
+            log.add("destroyed");
+        }
+        std::unique_ptr<TestProxy> proxy = std::make_unique<TestProxy>(1, this);
+        EventLog log;
+    } destroyer;
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    ASSERT_FALSE(destroyer.proxy->connect());
+    ASSERT_FALSE(service.registration().unregisterService());
+    EXPECT_TRUE(destroyer.log.waitFor("destroyed"));
+}
+
+TEST_P(Conformance, AKilledServiceIsNoticedAndReplaced) {
+    auto killed = std::make_unique<PeerProcess>("serve 1");
+    ASSERT_EQ(killed->readLine(), "serving");
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    ASSERT_TRUE(proxy.isAlive());
+    TestService refused(1);
+    ASSERT_TRUE(refused.registration().registerService());
+    EXPECT_NE(takeReason().find(std::to_string(killed->id())), std::string::npos);
+
+    killed->kill();
+    ASSERT_FALSE(proxy.waitUntilDead());
+    TestService successor(1);
+    ASSERT_FALSE(successor.registration().registerService());
+    ASSERT_FALSE(proxy.waitUntilAlive());
+    proxy.call(3);
+    EXPECT_TRUE(successor.log.waitFor("3"));
+}
+
+TEST_P(Conformance, AKilledClientIsNoticedAfterItsLastMessage) {
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    PeerProcess client("call 1 50 100000");
+    ASSERT_EQ(client.readLine(), "called");
+    client.kill();
+    ASSERT_TRUE(service.log.waitFor("disconnected"));
+    EXPECT_EQ(service.log.all().front(), "connected");
+    EXPECT_EQ(service.log.all().back(), "disconnected");
+    EXPECT_EQ(service.log.all().size(), 52U);
+}
+
+TEST_P(Conformance, AStoppedReceiverDoesNotHoldUpItsSender) {
+    PeerProcess receiver("serve 1");
+    ASSERT_EQ(receiver.readLine(), "serving");
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    ASSERT_EQ(receiver.readLine(), "connected");
+    receiver.signal(SIGSTOP);
+    for (std::uint8_t i = 0; i < 64; ++i) proxy.call(i, countingArray(MiB, i));  // would wait for ever
+    receiver.signal(SIGCONT);
+    for (unsigned i = 0; i < 64; ++i) ASSERT_EQ(receiver.readLine(), std::to_string(i) + " 1048576 right");
+    // What was called before the end still arrives.
+    receiver.signal(SIGSTOP);
+    for (std::uint8_t i = 0; i < 8; ++i) proxy.call(i, countingArray(MiB, i));
+    proxy.disconnect();
+    receiver.signal(SIGCONT);
+    for (unsigned i = 0; i < 8; ++i) ASSERT_EQ(receiver.readLine(), std::to_string(i) + " 1048576 right");
+    EXPECT_EQ(receiver.readLine(), "disconnected");
+}
+
+TEST_P(Conformance, ASenderThatIsNeverHeardEndsItsConnectionInsteadOfFillingTheMemory) {
+    PeerProcess receiver("serve 1");
+    ASSERT_EQ(receiver.readLine(), "serving");
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    receiver.signal(SIGSTOP);
+    const util::UInt8ArrayPtr array = countingArray(8 * MiB, 0);
+    unsigned calls = 0;
+    while (ipl::ErrorStorage::reason() == nullptr && ++calls < 1000) proxy.call(0, array);
+    EXPECT_LT(calls, 1000U);
+    EXPECT_NE(takeReason().find("takes nothing"), std::string::npos);
+    EXPECT_FALSE(proxy.waitUntilDead());
+}
+
+TEST_P(Conformance, AMessageBeyondTheLimitIsRefusedAndTheNextOneArrives) {
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    proxy.call(1, util::CITypesFactory::createUInt8Array((64U << 20) + 1));
+    EXPECT_NE(takeReason().find("too long"), std::string::npos);
+    proxy.call(2);
+    ASSERT_TRUE(service.log.waitFor("2"));
+    EXPECT_EQ(service.log.all().size(), 2U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Local, Conformance, testing::Values("testclient"));
+
+}  // namespace
