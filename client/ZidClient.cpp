@@ -76,8 +76,11 @@ void ZidClient::connectProxy() {
 }
 
 ZidClient::~ZidClient() {
-    unregisterSelf();
-    { const std::scoped_lock stopping(m_stopmutex); }
+    {
+        // A stop on the dispatch thread may still be on its way out.
+        const std::scoped_lock stopping(m_stopmutex);
+        unregisterSelf();
+    }
     (void)osal::ConditionOps::destroy(m_cond);
     (void)osal::MutexOps::destroy(m_mutex);
 }

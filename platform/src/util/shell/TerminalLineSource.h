@@ -1,0 +1,42 @@
+#pragma once
+
+#include <histedit.h>
+
+#include <functional>
+#include <memory>
+
+#include "ipl/vector.h"
+#include "shell/LineSource.h"
+
+namespace util::shell {
+
+/// Lines typed in a terminal: a prompt, editing, a history as long as the object lives, and completion with the
+/// tabulator. While no line is read the terminal is as it was before; a signal that ends the process restores it too.
+class TerminalLineSource final : public LineSource {
+  public:
+    /// Gives the words that the end of an unfinished line may become.
+    using Completer = std::function<ipl::vector<ipl::string>(const ipl::string&)>;
+
+    /// Uses standard input and output; null if they are no terminal that can be edited on.
+    static std::unique_ptr<TerminalLineSource> open(Completer completer);
+
+    std::optional<ipl::string> readLine() override;
+    bool isInteractive() const override { return true; }
+
+  private:
+    using Editor = std::unique_ptr<EditLine, decltype(&el_end)>;
+    using Past = std::unique_ptr<History, decltype(&history_end)>;
+
+    TerminalLineSource(Completer completer, Editor editor, Past past);
+
+    void setUp();
+    void remember(const char* line);
+    unsigned char complete();
+    unsigned char insert(const ipl::string& text);
+
+    Completer m_completer;
+    Past m_past;  // the editor uses it
+    Editor m_editor;
+};
+
+}  // namespace util::shell
