@@ -29,7 +29,7 @@ long FrameReader::receive(int fd) {
     m_begin = 0;
 
     std::uint8_t* const body = missing() != 0 ? m_body + m_filled : nullptr;
-    iovec parts[2] = {{body, missing()}, {m_staging.data() + m_end, m_staging.size() - m_end}};
+    iovec parts[2] = {{body, missing()}, {m_staging.data() + m_end, lookAhead() - m_end}};
     msghdr message{};
     message.msg_iov = parts;
     message.msg_iovlen = 2;
@@ -40,6 +40,12 @@ long FrameReader::receive(int fd) {
         m_end += static_cast<std::size_t>(count) - toBody;
     }
     return count;
+}
+
+// How many bytes to stage at most. A long frame is likely followed by another, whose body is to go straight to its array,
+// so nothing but its header is taken in advance.
+std::size_t FrameReader::lookAhead() const {
+    return m_header.length >= LongFrame ? sizeof(FrameHeader) : m_staging.size();
 }
 
 FrameReader::Result FrameReader::takeFrames(Sink& sink) {

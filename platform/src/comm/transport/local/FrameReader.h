@@ -35,7 +35,10 @@ class FrameReader {
   private:
     static constexpr std::size_t StagingSize = 64 * 1024;
 
+    static constexpr std::uint32_t LongFrame = 16 * 1024;
+
     long receive(int fd);
+    std::size_t lookAhead() const;
     Result takeFrames(Sink& sink);
     bool takeHeader();
     bool prepareArray(std::uint32_t length);
