@@ -36,8 +36,7 @@ void reportParseError(const TCLAP::ArgException& error) {
         {"Missing a value for this argument!", "Missing a value for this argument: "},
     };
     for (const Wording& wording : Wordings)
-        if (error.error() == wording.parsers)
-            return report(TCLAP::Error::CommandLine, wording.ours + subjectOf(error));
+        if (error.error() == wording.parsers) return report(TCLAP::Error::CommandLine, wording.ours + subjectOf(error));
     report(TCLAP::Error::Value, error.error());
 }
 

@@ -7,9 +7,9 @@
 /// The program's command line. Reading it prints nothing, except for what `--help` and `--version` ask for.
 class CommandLineOptions {
   public:
-    /// Parses the arguments. A mistake in them is recorded in the error storage, and what stands behind it is not looked
-    /// at; options that were not reached keep their defaults. With `--help` or `--version` the process ends here with
-    /// status 0.
+    /// Parses the arguments. A mistake in them is recorded in the error storage, and what stands behind it is not
+    /// looked at; options that were not reached keep their defaults. With `--help` or `--version` the process ends here
+    /// with status 0.
     CommandLineOptions(int argc, const char* const* argv);
 
     /// Below 1: the interactive shell. Otherwise its low 16 bits are the instance to serve.

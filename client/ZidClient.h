@@ -16,12 +16,13 @@
 /// The sender of the message test for one instance, with its measurement and its report.
 ///
 /// Three threads meet here. The owner's constructs, stops and destroys. The sender thread waits for the answer to each
-/// burst and sends the next. The dispatch thread of the reply service takes the answers, measures, and wakes the sender.
+/// burst and sends the next. The dispatch thread of the reply service takes the answers, measures, and wakes the
+/// sender.
 class ZidClient final : public ISRMExchangeS, public util::IRunnableT<util::Thread const* const> {
   public:
     /// Starts the test and returns once the test service is reachable, however long that takes. `payload` in bytes,
-    /// `delay` before each burst and `timeout` for a round trip in milliseconds, `burst` in messages. A timeout of 0 means
-    /// 10000. Where the start fails the reason is printed and the process ends with status 1.
+    /// `delay` before each burst and `timeout` for a round trip in milliseconds, `burst` in messages. A timeout of 0
+    /// means 10000. Where the start fails the reason is printed and the process ends with status 1.
     ZidClient(std::uint16_t instance, std::uint32_t payload, std::uint16_t delay, std::uint16_t burst,
               std::uint16_t timeout);
 
@@ -35,7 +36,7 @@ class ZidClient final : public ISRMExchangeS, public util::IRunnableT<util::Thre
                   const ISRMExchange::ExtraPtr& extra) override;
     void clientConnected() override;
     void clientDisconnected() override;
-    void run(util::Thread const* const thread) override;
+    void run(util::Thread const* thread) override;
 
   private:
     friend class ZidClientProbe;  // lets tests set and read the figures
@@ -73,7 +74,8 @@ class ZidClient final : public ISRMExchangeS, public util::IRunnableT<util::Thre
     const std::uint16_t m_burst;
     const std::uint16_t m_timeout;
 
-    // Guards `m_proxy`. A burst is sent through a copy, so a proxy that is dropped meanwhile lives until the burst's end.
+    // Guards `m_proxy`. A burst is sent through a copy, so a proxy that is dropped meanwhile lives until the burst's
+    // end.
     std::mutex m_proxymutex;
     std::shared_ptr<ISRMExchangeProxy> m_proxy;
 

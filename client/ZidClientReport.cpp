@@ -10,7 +10,9 @@ namespace {
 constexpr const char* DoubleRule = "==============================================\n";
 constexpr const char* Rule = " ---------------------------\n";
 
-unsigned long long wide(std::uint64_t figure) { return figure; }
+unsigned long long wide(std::uint64_t figure) {
+    return figure;
+}
 
 }  // namespace
 

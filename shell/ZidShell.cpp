@@ -24,8 +24,11 @@ void ZidShell::onShellEvent(int event, unsigned short commandId) {
             unregisterCommands();
             print("ZIDShell exited");
             break;
-        case Command: runCommand(commandId); break;
-        default: break;
+        case Command:
+            runCommand(commandId);
+            break;
+        default:
+            break;
     }
 }
 
@@ -86,4 +89,6 @@ void ZidShell::runCommand(unsigned short commandId) {
         handleReceiveFile();
 }
 
-void ZidShell::print(const ipl::string& text) { m_shell->printMessage(this, text, false, true, 0); }
+void ZidShell::print(const ipl::string& text) {
+    m_shell->printMessage(this, text, false, true, 0);
+}

@@ -5,7 +5,9 @@
 
 namespace {
 
-ipl::string numbered(const char* label, int value) { return label + std::to_string(value); }
+ipl::string numbered(const char* label, int value) {
+    return label + std::to_string(value);
+}
 
 }  // namespace
 
@@ -47,11 +49,17 @@ void ZidShell::handleStopZid() {
     slot = nullptr;
 }
 
-void ZidShell::handleSetTimeout() { print(numbered("setTimeout:   timeout[msec]:    ", m_timeout)); }
+void ZidShell::handleSetTimeout() {
+    print(numbered("setTimeout:   timeout[msec]:    ", m_timeout));
+}
 
-void ZidShell::handleSendFile() { print("sendFile: this version cannot transfer files yet"); }
+void ZidShell::handleSendFile() {
+    print("sendFile: this version cannot transfer files yet");
+}
 
-void ZidShell::handleReceiveFile() { print("receiveFile: this version cannot transfer files yet"); }
+void ZidShell::handleReceiveFile() {
+    print("receiveFile: this version cannot transfer files yet");
+}
 
 void ZidShell::refuseStart(int instance) {
     ipl::cout << "service NOT Started - service with instance " << instance << " already active" << ipl::endl;

@@ -34,12 +34,14 @@ ipl::string textOf(const comm::InstanceKey& key) {
 
 }  // namespace
 
-ISRMExchangeS::~ISRMExchangeS() { unregisterSelf(); }
+ISRMExchangeS::~ISRMExchangeS() {
+    unregisterSelf();
+}
 
 bool ISRMExchangeS::registerSelf(std::uint32_t instance) {
     if (m_registration.isAlive())
-        return comm::error::record(comm::Error::AlreadyRegistered,
-                                   textOf(m_registration.svcTracked()->instanceKey()), __FILE__, __LINE__);
+        return comm::error::record(comm::Error::AlreadyRegistered, textOf(m_registration.svcTracked()->instanceKey()),
+                                   __FILE__, __LINE__);
     const comm::InstanceKey key = ISRMExchange::keyOf(instance);
     m_registration =
         comm::ServiceRegistration(new (std::nothrow) ISRMExchangeRegistration(ISRMExchange::identityOf(key), *this));

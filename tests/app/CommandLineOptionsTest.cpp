@@ -1,7 +1,6 @@
-#include "CommandLineOptions.h"
-
 #include <gtest/gtest.h>
 
+#include "CommandLineOptions.h"
 #include "ipl/ErrorStorage.h"
 
 namespace {

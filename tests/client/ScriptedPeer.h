@@ -10,8 +10,8 @@
 #include "asi/media/srmexchange/ISRMExchangeProxy.h"
 #include "asi/media/srmexchange/ISRMExchangeS.h"
 
-/// A service that answers when its test says so, and checks the payload's counter. It logs "connected", "start N", "data",
-/// "wrong data" and "disconnected".
+/// A service that answers when its test says so, and checks the payload's counter. It logs "connected", "start N",
+/// "data", "wrong data" and "disconnected".
 class ScriptedPeer final : public ISRMExchangeS {
   public:
     explicit ScriptedPeer(std::uint32_t instance, unsigned burst) : m_replyInstance(instance + 100), m_burst(burst) {

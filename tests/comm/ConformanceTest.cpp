@@ -1,5 +1,5 @@
-// What every transport guarantees, tested through the library's interface alone. A further transport runs the same suite
-// as a further process name.
+// What every transport guarantees, tested through the library's interface alone. A further transport runs the same
+// suite as a further process name.
 
 #include <gtest/gtest.h>
 
@@ -72,8 +72,7 @@ TEST_P(Conformance, CallsArriveInOrderWithTheirBytes) {
     const auto sizeOf = [](unsigned i) { return i % 50 == 49 ? MiB : i * 37 % 70000; };
     unsigned expected = 0;
     TestService service(1, [&](const comm::Message& message) {
-        const bool right = message.handleSize == expected && message.data &&
-                           message.data->size == sizeOf(expected) &&
+        const bool right = message.handleSize == expected && message.data && message.data->size == sizeOf(expected) &&
                            countsUpFrom(*message.data, static_cast<std::uint8_t>(expected));
         if (!right) ++wrong;
         ++expected;

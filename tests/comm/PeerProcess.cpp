@@ -40,7 +40,9 @@ PeerProcess::~PeerProcess() {
     ::close(m_output);
 }
 
-void PeerProcess::signal(int number) const { ::kill(m_process, number); }
+void PeerProcess::signal(int number) const {
+    ::kill(m_process, number);
+}
 
 void PeerProcess::kill() {
     if (m_process < 0) return;

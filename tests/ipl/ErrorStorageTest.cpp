@@ -1,17 +1,18 @@
-#include "ipl/ErrorStorage.h"
-
 #include <gtest/gtest.h>
 
 #include <thread>
 
 #include "ipl/ErrorOutput.h"
+#include "ipl/ErrorStorage.h"
 #include "ipl/StdoutDumpErrorStorage.h"
 #include "ipl/UUID.h"
 #include "ipl/iostream.h"
 
 namespace {
 
-void report(const char* reason) { ipl::ErrorOutput("some/file", 7).report("some::Error", 3, reason); }
+void report(const char* reason) {
+    ipl::ErrorOutput("some/file", 7).report("some::Error", 3, reason);
+}
 
 TEST(ErrorStorage, ReasonIsTheThreadsOwnAndStaysUntilAcknowledged) {
     report("mine, first");
@@ -50,7 +51,10 @@ TEST(Streams, LinesKeepTheirOrderWithPrintfAndStayWhole) {
     std::vector<std::thread> writers;
     for (int writer = 0; writer < 4; ++writer)
         writers.emplace_back([] {
-            for (int i = 0; i < 200; ++i) ipl::cout << "one " << "line " << "of pieces" << ipl::endl;
+            for (int i = 0; i < 200; ++i)
+                ipl::cout << "one "
+                          << "line "
+                          << "of pieces" << ipl::endl;
         });
     for (auto& writer : writers) writer.join();
     std::istringstream lines(testing::internal::GetCapturedStdout());

@@ -133,7 +133,8 @@ TEST_F(ProcessTest, AStartedScriptRunsWithoutItsStarterAndLeavesNoChild) {
     const std::string done = directory.path() + "/done";
     pid_t id = osal::ProcessTNG::INVALID_PROCESS_ID;
     {
-        osal::ProcessTNG process(script(("#!/bin/sh\necho $$ > " + done + ".part\nmv " + done + ".part " + done).c_str()));
+        osal::ProcessTNG process(
+            script(("#!/bin/sh\necho $$ > " + done + ".part\nmv " + done + ".part " + done).c_str()));
         id = process.start();
     }
     ASSERT_NE(id, osal::ProcessTNG::INVALID_PROCESS_ID);

@@ -1,9 +1,8 @@
-#include "ZidService.h"
-
 #include <gtest/gtest.h>
 
 #include "EventLog.h"
 #include "RunningAgent.h"
+#include "ZidService.h"
 
 namespace {
 
@@ -65,8 +64,7 @@ class ZidServiceTest : public testing::Test {
 
 constexpr const char* Start = "starting service with instance 7\n";
 constexpr const char* Connecting = "ZidService: clientConnected - connecting proxy with instance 107\n";
-constexpr const char* Skipping =
-    "ZidService(7): test running or not shut down properly? Skipping this request ...\n";
+constexpr const char* Skipping = "ZidService(7): test running or not shut down properly? Skipping this request ...\n";
 constexpr const char* Finished = "ZidService(7): disconnected -> test finished\n";
 
 std::string starting(int count) {

@@ -63,8 +63,12 @@ bool Agent::addTo(References<Record>& references, Record& record) {
     return false;
 }
 
-bool Agent::add(SvcTracked& record) { return addTo(m_registrations, record); }
-bool Agent::add(ProxyTracked& record) { return addTo(m_proxies, record); }
+bool Agent::add(SvcTracked& record) {
+    return addTo(m_registrations, record);
+}
+bool Agent::add(ProxyTracked& record) {
+    return addTo(m_proxies, record);
+}
 
 void Agent::remove(SvcTracked& record) {
     const TrackedReferenceBase kept(&record);

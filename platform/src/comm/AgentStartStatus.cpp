@@ -13,15 +13,25 @@ int AgentStartStatus::waitUntilStarted(long long milliseconds) {
 void AgentStartStatus::print(ipl::ostream& stream) const {
     const std::scoped_lock lock(m_mutex);
     switch (m_result) {
-        case Started: stream << "started, " << m_text; break;
-        case Failed: stream << m_text; break;
-        case TimedOut: stream << "it has not answered yet"; break;
+        case Started:
+            stream << "started, " << m_text;
+            break;
+        case Failed:
+            stream << m_text;
+            break;
+        case TimedOut:
+            stream << "it has not answered yet";
+            break;
     }
 }
 
-void AgentStartStatus::agentStarted(const ipl::string& transport) { decide(Started, transport); }
+void AgentStartStatus::agentStarted(const ipl::string& transport) {
+    decide(Started, transport);
+}
 
-void AgentStartStatus::agentFailed(const ipl::string& reason) { decide(Failed, reason); }
+void AgentStartStatus::agentFailed(const ipl::string& reason) {
+    decide(Failed, reason);
+}
 
 void AgentStartStatus::decide(Result result, const ipl::string& text) {
     const std::scoped_lock lock(m_mutex);

@@ -26,10 +26,10 @@ void AgentStarter::start(AgentStarterEventReceiver* receiver, bool endWithStarte
 
 bool AgentStarter::create() {
     if (m_location != "local")
-        return error::record(Error::Configuration,
-                             "process " + m_processName + " asks for an agent at '" + m_location +
-                                 "'; there is \"local\" only",
-                             __FILE__, __LINE__);
+        return error::record(
+            Error::Configuration,
+            "process " + m_processName + " asks for an agent at '" + m_location + "'; there is \"local\" only",
+            __FILE__, __LINE__);
     auto agent = std::make_shared<Agent>(std::make_unique<transport::LocalTransport>());
     if (Agent::start(agent)) return true;
     m_agent = agent;

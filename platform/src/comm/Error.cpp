@@ -7,15 +7,24 @@ namespace comm::error {
 
 const char* text(Error code) {
     switch (code) {
-        case Error::NoAgent: return "no agent runs in this process, so nothing can be reached: ";
-        case Error::AgentRunning: return "this process has an agent already: ";
-        case Error::Configuration: return "the agent cannot be configured: ";
-        case Error::Transport: return "";
-        case Error::NotAlive: return "the service is not alive, message dropped: ";
-        case Error::MessageTooLong: return "the message is too long and was dropped: ";
-        case Error::InstanceTaken: return "the instance is taken: ";
-        case Error::AlreadyRegistered: return "already registered: ";
-        case Error::NotConnected: return "not connected: ";
+        case Error::NoAgent:
+            return "no agent runs in this process, so nothing can be reached: ";
+        case Error::AgentRunning:
+            return "this process has an agent already: ";
+        case Error::Configuration:
+            return "the agent cannot be configured: ";
+        case Error::Transport:
+            return "";
+        case Error::NotAlive:
+            return "the service is not alive, message dropped: ";
+        case Error::MessageTooLong:
+            return "the message is too long and was dropped: ";
+        case Error::InstanceTaken:
+            return "the instance is taken: ";
+        case Error::AlreadyRegistered:
+            return "already registered: ";
+        case Error::NotConnected:
+            return "not connected: ";
     }
     return "";
 }

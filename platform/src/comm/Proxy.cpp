@@ -7,23 +7,41 @@ namespace comm {
 Proxy::Proxy(const TrackedBase::IdentityArgs& identity, InterfaceStyle /*style*/, LifecycleListener* listener)
     : m_tracked(new ProxyTracked(identity, listener)) {}
 
-Proxy::~Proxy() { Proxy::cleanup(); }
+Proxy::~Proxy() {
+    Proxy::cleanup();
+}
 
-bool Proxy::isAlive() const { return tracked() != nullptr && tracked()->isAlive(); }
-bool Proxy::isDead() const { return tracked()->isDead(); }
-bool Proxy::waitUntilDead() { return tracked()->waitUntilDead(); }
-bool Proxy::waitUntilAlive() { return tracked()->waitUntilAlive(); }
+bool Proxy::isAlive() const {
+    return tracked() != nullptr && tracked()->isAlive();
+}
+bool Proxy::isDead() const {
+    return tracked()->isDead();
+}
+bool Proxy::waitUntilDead() {
+    return tracked()->waitUntilDead();
+}
+bool Proxy::waitUntilAlive() {
+    return tracked()->waitUntilAlive();
+}
 
 void Proxy::cleanup() {
     if (tracked() != nullptr) tracked()->disconnect();
     m_tracked = TrackedReferenceBase();
 }
 
-bool Proxy::connect() { return tracked()->connect(); }
-void Proxy::disconnect() { tracked()->disconnect(); }
+bool Proxy::connect() {
+    return tracked()->connect();
+}
+void Proxy::disconnect() {
+    tracked()->disconnect();
+}
 
-InterfaceObject& Proxy::interfaceObject() const { return tracked()->interfaceObject(); }
+InterfaceObject& Proxy::interfaceObject() const {
+    return tracked()->interfaceObject();
+}
 
-ProxyTracked* Proxy::tracked() const { return static_cast<ProxyTracked*>(m_tracked.record()); }
+ProxyTracked* Proxy::tracked() const {
+    return static_cast<ProxyTracked*>(m_tracked.record());
+}
 
 }  // namespace comm

@@ -69,9 +69,13 @@ void ProxyTracked::disconnect() {
     become(Unreachable, Ended);
 }
 
-void ProxyTracked::up() { become(Connected, Alive); }
+void ProxyTracked::up() {
+    become(Connected, Alive);
+}
 
-void ProxyTracked::down() { become(Unreachable, Dead); }
+void ProxyTracked::down() {
+    become(Unreachable, Dead);
+}
 
 void ProxyTracked::become(Selector selector, State state) {
     const TrackedReferenceBase kept(this);  // a listener may destroy the proxy

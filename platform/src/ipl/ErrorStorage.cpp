@@ -48,7 +48,9 @@ ErrorStorage* inForce = nullptr;
 
 ErrorStorage::ErrorStorage() : m_previous(std::exchange(inForce, this)) {}
 
-ErrorStorage::~ErrorStorage() { inForce = m_previous; }
+ErrorStorage::~ErrorStorage() {
+    inForce = m_previous;
+}
 
 bool ErrorStorage::isError(bool ownThread) {
     Errors& all = errors();

@@ -34,7 +34,9 @@ bool MutexOps::destroy(Mutex& mutex) {
     return error != 0;
 }
 
-void MutexOps::handleLockError(int errorNumber) { assertWorked("pthread_mutex_lock", "handleLockError", errorNumber); }
+void MutexOps::handleLockError(int errorNumber) {
+    assertWorked("pthread_mutex_lock", "handleLockError", errorNumber);
+}
 
 void MutexOps::handleUnlockError(int errorNumber) {
     assertWorked("pthread_mutex_unlock", "handleUnlockError", errorNumber);

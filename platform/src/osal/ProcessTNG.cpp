@@ -17,8 +17,8 @@ struct Report {
     int error;
 };
 
-// Runs in the child, where only what a signal handler may do is allowed: the other threads, and with them the holders of
-// any lock, do not exist here. The child ends at once, so the grandchild is the system's to wait for.
+// Runs in the child, where only what a signal handler may do is allowed: the other threads, and with them the holders
+// of any lock, do not exist here. The child ends at once, so the grandchild is the system's to wait for.
 [[noreturn]] void startGrandchild(char* path, int pipeEnd) {
     const pid_t grandchild = ::fork();
     if (grandchild != 0) _exit(grandchild > 0 ? 0 : errno);
@@ -51,9 +51,13 @@ ProcessTNG::ProcessTNG(const ipl::string& executable) {
     setExecutable(executable);
 }
 
-void ProcessTNG::init() { m_executable.clear(); }
+void ProcessTNG::init() {
+    m_executable.clear();
+}
 
-void ProcessTNG::setExecutable(const ipl::string& path) { m_executable = path; }
+void ProcessTNG::setExecutable(const ipl::string& path) {
+    m_executable = path;
+}
 
 pid_t ProcessTNG::start() {
     int ends[2];

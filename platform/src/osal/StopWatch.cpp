@@ -28,16 +28,20 @@ void StopWatchBase::reset() {
     m_accumulated = 0;
 }
 
-std::uint32_t StopWatchBase::peekRuntime(TimeUnit unit) const { return inUnit(runtime(), unit); }
+std::uint32_t StopWatchBase::peekRuntime(TimeUnit unit) const {
+    return inUnit(runtime(), unit);
+}
 
-std::uint32_t StopWatchBase::getElapsedTime(TimeUnit unit) const { return inUnit(m_accumulated + runtime(), unit); }
+std::uint32_t StopWatchBase::getElapsedTime(TimeUnit unit) const {
+    return inUnit(m_accumulated + runtime(), unit);
+}
 
 std::int64_t StopWatchBase::runtime() const {
     const std::int64_t startedAt = m_startedAt;
     return startedAt == NotRunning ? 0 : now() - startedAt;
 }
 
-RealtimeStopWatch::RealtimeStopWatch(bool startNow) : StopWatchBase() {
+RealtimeStopWatch::RealtimeStopWatch(bool startNow) {
     if (startNow) start();
 }
 

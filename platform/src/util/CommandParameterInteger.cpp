@@ -19,7 +19,9 @@ ipl::string CommandParameterInteger::range() const {
     return toText(m_min) + " to " + toText(m_max) + ", default " + toText(m_default);
 }
 
-ipl::string CommandParameterInteger::defaultText() const { return toText(m_default); }
+ipl::string CommandParameterInteger::defaultText() const {
+    return toText(m_default);
+}
 
 bool CommandParameterInteger::accepts(const ipl::string& text, ipl::string& refusal) const {
     const std::optional<int> value = parse(text);

@@ -23,6 +23,8 @@ void Util::cleanupAll() {
     storedName().clear();
 }
 
-const ipl::string& Util::processName() { return storedName(); }
+const ipl::string& Util::processName() {
+    return storedName();
+}
 
 }  // namespace util

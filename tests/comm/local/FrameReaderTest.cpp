@@ -1,5 +1,3 @@
-#include "FrameReader.h"
-
 #include <gtest/gtest.h>
 #include <sys/socket.h>
 
@@ -7,6 +5,7 @@
 #include <random>
 
 #include "FileDescriptor.h"
+#include "FrameReader.h"
 #include "TestService.h"
 
 namespace comm::transport {
@@ -75,8 +74,9 @@ TEST_F(FrameReaderTest, FramesAreFoundHoweverTheyAreCut) {
     std::vector<std::string> expected{"greeting"};
     for (std::uint16_t i = 0; i < 60; ++i) {
         const std::size_t size = i % 20 == 7 ? 100000 : i * 11;
-        const Bytes next = i % 3 == 0 ? frame(FrameHeader::Call, i, {})
-                                      : frame(FrameHeader::CallWithArray, i, counting(size, static_cast<std::uint8_t>(i)));
+        const Bytes next = i % 3 == 0
+                               ? frame(FrameHeader::Call, i, {})
+                               : frame(FrameHeader::CallWithArray, i, counting(size, static_cast<std::uint8_t>(i)));
         stream.insert(stream.end(), next.begin(), next.end());
         expected.push_back(std::to_string(i) + ':' + (i % 3 == 0 ? "none" : std::to_string(size)));
     }

@@ -38,8 +38,8 @@ class LifecycleImpl : public Lifecycle {
     std::condition_variable m_changed;
     State m_state;
 
-    // Held around a change and its telling, so that the listener hears of changes in their order. Recursive, because the
-    // listener may cause the next change.
+    // Held around a change and its telling, so that the listener hears of changes in their order. Recursive, because
+    // the listener may cause the next change.
     std::recursive_mutex m_telling;
     LifecycleListener* const m_listener;
 };

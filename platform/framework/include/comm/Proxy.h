@@ -24,7 +24,8 @@ class InterfaceObject {
 /// alive when it comes back.
 class Proxy : public Lifecycle {
   public:
-    /// Aims at a registration; nothing happens yet. `listener` may be null; it must live until `disconnect` has returned.
+    /// Aims at a registration; nothing happens yet. `listener` may be null; it must live until `disconnect` has
+    /// returned.
     Proxy(const TrackedBase::IdentityArgs& identity, InterfaceStyle style, LifecycleListener* listener);
     Proxy(const Proxy&) = delete;
     Proxy& operator=(const Proxy&) = delete;
@@ -40,8 +41,8 @@ class Proxy : public Lifecycle {
     /// Ends the connection and lets go of the record.
     virtual void cleanup();
 
-    /// Connects: to a living registration at once, to a missing one when it appears. True on failure, with the reason in
-    /// the error storage: no agent, connected already, or the system refuses.
+    /// Connects: to a living registration at once, to a missing one when it appears. True on failure, with the reason
+    /// in the error storage: no agent, connected already, or the system refuses.
     bool connect();
 
     /// Ends the connection for good; waits end with failure. When it has returned the listener hears nothing more.

@@ -5,7 +5,8 @@
 namespace comm {
 
 /// A counted reference to a record, or to none. The last one's release destroys the record. Different references to
-/// one record may be taken and released on different threads; a single reference object belongs to one thread at a time.
+/// one record may be taken and released on different threads; a single reference object belongs to one thread at a
+/// time.
 class TrackedReferenceBase {
   public:
     TrackedReferenceBase() = default;

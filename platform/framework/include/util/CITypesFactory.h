@@ -17,8 +17,8 @@ using UInt8ArrayPtr = SharedPtr<ipl::UInt8Array>;
 /// Makes the types that interfaces pass. Any thread may call it.
 class CITypesFactory {
   public:
-    /// An array of `size` bytes, all 0, of just that capacity; an array of size 0 is an array too. An empty pointer when
-    /// there is no memory for it.
+    /// An array of `size` bytes, all 0, of just that capacity; an array of size 0 is an array too. An empty pointer
+    /// when there is no memory for it.
     static UInt8ArrayPtr createUInt8Array(std::uint32_t size);
 };
 

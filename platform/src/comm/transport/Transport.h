@@ -25,7 +25,8 @@ class Listener {
   public:
     virtual ~Listener() = default;
 
-    /// Withdraws it: no event runs or will run when it returns, except the one that it is called from. Any thread, once.
+    /// Withdraws it: no event runs or will run when it returns, except the one that it is called from. Any thread,
+    /// once.
     virtual void close() = 0;
 };
 
@@ -45,8 +46,8 @@ class Link {
   public:
     virtual ~Link() = default;
 
-    /// Begins to look for the registration; one that is alive is up when it returns. True on failure, with the reason in
-    /// the error storage.
+    /// Begins to look for the registration; one that is alive is up when it returns. True on failure, with the reason
+    /// in the error storage.
     virtual bool open() = 0;
 
     /// Hands a message over or queues it. True when it was dropped, with the reason in the error storage. Any thread.

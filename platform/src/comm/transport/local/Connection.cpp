@@ -10,9 +10,12 @@ bool Connection::process(bool toTheEnd) {
             case FrameReader::Result::MoreToCome:
                 if (!toTheEnd) return false;
                 break;
-            case FrameReader::Result::Ended: return over(nullptr);
-            case FrameReader::Result::Broken: return over(m_reader.fault());
-            case FrameReader::Result::Stopped: return over(m_refusal);
+            case FrameReader::Result::Ended:
+                return over(nullptr);
+            case FrameReader::Result::Broken:
+                return over(m_reader.fault());
+            case FrameReader::Result::Stopped:
+                return over(m_refusal);
         }
     }
 }

@@ -6,7 +6,8 @@
 
 namespace comm::transport {
 
-/// How a call travels: a header, and then `length` bytes. Both ends are on one machine, so numbers stand as it has them.
+/// How a call travels: a header, and then `length` bytes. Both ends are on one machine, so numbers stand as it has
+/// them.
 struct FrameHeader {
     enum Kind : std::uint16_t {
         Greeting = 0x5a01,      ///< the first frame of a connection: who is meant
@@ -35,7 +36,7 @@ struct GreetingBody {
 
     std::uint64_t protocol = Protocol;
     ipl::UUID::Bytes key{};
-    ipl::UUID::Bytes interface{};
+    ipl::UUID::Bytes interface {};
     std::uint32_t instance = 0;
     std::uint32_t reserved = 0;
 };

@@ -42,8 +42,8 @@ long FrameReader::receive(int fd) {
     return count;
 }
 
-// How many bytes to stage at most. A long frame is likely followed by another, whose body is to go straight to its array,
-// so nothing but its header is taken in advance.
+// How many bytes to stage at most. A long frame is likely followed by another, whose body is to go straight to its
+// array, so nothing but its header is taken in advance.
 std::size_t FrameReader::lookAhead() const {
     return m_header.length >= LongFrame ? sizeof(FrameHeader) : m_staging.size();
 }
@@ -76,8 +76,10 @@ bool FrameReader::takeHeader() {
             return m_header.length != sizeof m_greeting && broken("its greeting has a wrong length");
         case FrameHeader::Call:
             return m_header.length != 0 && broken("a call without an array has bytes");
-        case FrameHeader::CallWithArray: return prepareArray(m_header.length);
-        default: return broken("it sent something that is no message");
+        case FrameHeader::CallWithArray:
+            return prepareArray(m_header.length);
+        default:
+            return broken("it sent something that is no message");
     }
 }
 
@@ -92,9 +94,12 @@ bool FrameReader::prepareArray(std::uint32_t length) {
 
 bool FrameReader::deliver(Sink& sink) {
     switch (m_header.kind) {
-        case FrameHeader::Greeting: return sink.greeted(m_greeting);
-        case FrameHeader::Call: return sink.received({util::UInt8ArrayPtr(), m_header.handleSize});
-        default: return sink.received({m_array, m_header.handleSize});
+        case FrameHeader::Greeting:
+            return sink.greeted(m_greeting);
+        case FrameHeader::Call:
+            return sink.received({util::UInt8ArrayPtr(), m_header.handleSize});
+        default:
+            return sink.received({m_array, m_header.handleSize});
     }
 }
 

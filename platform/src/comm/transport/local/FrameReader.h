@@ -33,7 +33,7 @@ class FrameReader {
     const char* fault() const { return m_fault; }
 
   private:
-    static constexpr std::size_t StagingSize = 64 * 1024;
+    static constexpr std::size_t StagingSize = 65536;
 
     static constexpr std::uint32_t LongFrame = 16 * 1024;
 

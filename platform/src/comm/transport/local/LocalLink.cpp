@@ -27,8 +27,8 @@ std::span<const std::uint8_t> bodyOf(const Message& message) {
 }
 
 FrameHeader headerOf(const Message& message) {
-    return {message.data ? message.data->size : 0,
-            message.data ? FrameHeader::CallWithArray : FrameHeader::Call, message.handleSize};
+    return {message.data ? message.data->size : 0, message.data ? FrameHeader::CallWithArray : FrameHeader::Call,
+            message.handleSize};
 }
 
 }  // namespace
@@ -120,15 +120,20 @@ bool LocalLink::send(const Message& message) {
     if (!m_up) return notAlive();
     if (!m_outbox.empty()) return m_outbox.append(headerOf(message), body, 0) || m_outbox.full() ? overflow() : false;
     switch (m_outbox.send(m_socket.get(), headerOf(message), body)) {
-        case Outbox::Result::Done: return false;
-        case Outbox::Result::Later: return m_transport.watch(m_socket.get(), m_number, true);
-        case Outbox::Result::Lost: break;
+        case Outbox::Result::Done:
+            return false;
+        case Outbox::Result::Later:
+            return m_transport.watch(m_socket.get(), m_number, true);
+        case Outbox::Result::Lost:
+            break;
     }
     m_up = false;  // the transport's thread sees the connection's end and tells it
     return notAlive();
 }
 
-bool LocalLink::notAlive() const { return error::record(Error::NotAlive, m_identity.display, __FILE__, __LINE__); }
+bool LocalLink::notAlive() const {
+    return error::record(Error::NotAlive, m_identity.display, __FILE__, __LINE__);
+}
 
 // The mutex is held.
 bool LocalLink::overflow() {
@@ -159,9 +164,14 @@ void LocalLink::ready(std::uint32_t events) {
 void LocalLink::flush() {
     if (!m_socket || m_outbox.empty()) return;
     switch (m_outbox.flush(m_socket.get())) {
-        case Outbox::Result::Later: (void)m_transport.watch(m_socket.get(), m_number, true); return;
-        case Outbox::Result::Lost: ::shutdown(m_socket.get(), SHUT_RDWR); return;
-        case Outbox::Result::Done: break;
+        case Outbox::Result::Later:
+            (void)m_transport.watch(m_socket.get(), m_number, true);
+            return;
+        case Outbox::Result::Lost:
+            ::shutdown(m_socket.get(), SHUT_RDWR);
+            return;
+        case Outbox::Result::Done:
+            break;
     }
     if (m_closed)
         drop();

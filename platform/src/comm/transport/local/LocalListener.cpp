@@ -3,9 +3,9 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 
+#include "Peer.h"
 #include "SystemError.h"
 #include "ipl/GlobalErrorHandler.h"
-#include "Peer.h"
 
 namespace comm::transport {
 namespace {
@@ -27,7 +27,8 @@ bool LocalListener::open() {
     if (m_lock.take(m_directory, m_identity)) return true;
     m_reserve = FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     util::Thread::Runnable& runnable = *this;
-    m_thread = std::make_unique<util::Thread>(runnable, "dispatch_" + std::to_string(m_identity.key.instance), false, 0);
+    m_thread =
+        std::make_unique<util::Thread>(runnable, "dispatch_" + std::to_string(m_identity.key.instance), false, 0);
     // The thread keeps this object, as it may be closed from one of its own callbacks.
     m_self = shared_from_this();
     if (!createSocket() && !m_epoll.open() && !m_epoll.set(m_socket.get(), NewConnection, EPOLLIN) &&
@@ -39,8 +40,8 @@ bool LocalListener::open() {
     return true;
 }
 
-// The socket gets its name only when it listens, so whoever sees the name can connect. Behind the lock the name, and the
-// one it has before, are this registration's alone; leftovers of a process that was killed are replaced.
+// The socket gets its name only when it listens, so whoever sees the name can connect. Behind the lock the name, and
+// the one it has before, are this registration's alone; leftovers of a process that was killed are replaced.
 bool LocalListener::createSocket() {
     const ipl::string unfinished = m_identity.fileName + ".new";
     const ipl::string path = m_directory.pathOf(m_identity.fileName);
@@ -92,7 +93,8 @@ bool LocalListener::serve(std::span<const epoll_event> ready) {
 }
 
 void LocalListener::serveConnection(const epoll_event& event) {
-    const auto found = m_connections.find(event.data.u64);
+    const std::uint64_t number = event.data.u64;  // the event is packed, so nothing may refer into it
+    const auto found = m_connections.find(number);
     if (found != m_connections.end() && found->second->process((event.events & (EPOLLHUP | EPOLLERR)) != 0))
         m_connections.erase(found);
 }
@@ -121,8 +123,8 @@ void LocalListener::admit(FileDescriptor socket) {
     }
     const std::uint64_t number = m_nextConnection++;
     if (m_epoll.set(socket.get(), number, EPOLLIN)) return;
-    m_connections.emplace(
-        number, std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_closing));
+    m_connections.emplace(number,
+                          std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_closing));
 }
 
 }  // namespace comm::transport

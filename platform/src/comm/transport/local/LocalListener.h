@@ -35,7 +35,7 @@ class LocalListener final : public Listener,
     static constexpr std::uint64_t NewConnection = 1;
 
     bool createSocket();
-    void run(util::Thread const* const thread) override;
+    void run(util::Thread const* thread) override;
     bool serve(std::span<const epoll_event> ready);
     void serveConnection(const epoll_event& event);
     void accept();

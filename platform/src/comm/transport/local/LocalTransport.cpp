@@ -12,7 +12,8 @@
 namespace comm::transport {
 namespace {
 
-// Every instance takes a handful of descriptors, and a shell with all its services and clients more than the usual limit.
+// Every instance takes a handful of descriptors, and a shell with all its services and clients more than the usual
+// limit.
 constexpr rlim_t WantedDescriptors = 8192;
 
 void raiseDescriptorLimit() {
@@ -57,7 +58,9 @@ void LocalTransport::stop() {
     m_links.clear();
 }
 
-ipl::string LocalTransport::description() const { return "local transport in " + m_directory.path(); }
+ipl::string LocalTransport::description() const {
+    return "local transport in " + m_directory.path();
+}
 
 std::shared_ptr<Listener> LocalTransport::listen(const TrackedBase::IdentityArgs& identity,
                                                  std::shared_ptr<ListenerEvents> events) {
@@ -111,8 +114,7 @@ void LocalTransport::readDirectoryChanges() {
     for (ssize_t at = 0; at < count;) {
         const auto* change = reinterpret_cast<const inotify_event*>(buffer + at);
         // Where the system has lost changes, any registration may have appeared.
-        if (change->len != 0 || (change->mask & IN_Q_OVERFLOW) != 0)
-            tellAppeared(change->len != 0 ? change->name : "");
+        if (change->len != 0 || (change->mask & IN_Q_OVERFLOW) != 0) tellAppeared(change->len != 0 ? change->name : "");
         at += static_cast<ssize_t>(sizeof *change + change->len);
     }
 }

@@ -44,7 +44,7 @@ class LocalTransport final : public Transport, private util::Thread::Runnable {
     static constexpr std::uint64_t DirectoryChanged = 1;
 
     bool watchDirectory();
-    void run(util::Thread const* const thread) override;
+    void run(util::Thread const* thread) override;
     void readDirectoryChanges();
     void tellAppeared(const ipl::string& fileName);
     std::shared_ptr<LocalLink> find(std::uint64_t number);

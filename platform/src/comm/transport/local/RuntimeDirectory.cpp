@@ -18,7 +18,9 @@ ipl::string environment(const char* name) {
     return value == nullptr ? "" : value;
 }
 
-bool refuse(const ipl::string& text, int line) { return error::record(Error::Transport, text, __FILE__, line); }
+bool refuse(const ipl::string& text, int line) {
+    return error::record(Error::Transport, text, __FILE__, line);
+}
 
 }  // namespace
 
@@ -44,8 +46,8 @@ bool RuntimeDirectory::choosePath() {
     if (::stat(runtime.c_str(), &status) != 0)
         return failed("XDG_RUNTIME_DIR " + runtime + " (mend or unset it)", __FILE__, __LINE__);
     if (status.st_uid != ::geteuid())
-        return refuse("XDG_RUNTIME_DIR " + runtime + " belongs to user " + std::to_string(status.st_uid) +
-                          ", not to " + std::to_string(::geteuid()) + ": set it to a directory of your own or unset it",
+        return refuse("XDG_RUNTIME_DIR " + runtime + " belongs to user " + std::to_string(status.st_uid) + ", not to " +
+                          std::to_string(::geteuid()) + ": set it to a directory of your own or unset it",
                       __LINE__);
     m_path = runtime + "/zidbench";
     return false;

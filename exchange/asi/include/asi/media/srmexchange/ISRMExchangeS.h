@@ -7,8 +7,8 @@
 
 /// The receiving end of the interface: a stub to derive from, and its registration.
 ///
-/// The framework calls `exchange`, `clientConnected` and `clientDisconnected` on the registration's dispatch thread, one
-/// at a time, from `registerSelf` until `unregisterSelf` has returned. A derived class that overrides them calls
+/// The framework calls `exchange`, `clientConnected` and `clientDisconnected` on the registration's dispatch thread,
+/// one at a time, from `registerSelf` until `unregisterSelf` has returned. A derived class that overrides them calls
 /// `unregisterSelf` in its own destructor: the base's comes too late for it.
 class ISRMExchangeS {
   public:
