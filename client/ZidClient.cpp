@@ -92,6 +92,7 @@ std::shared_ptr<ISRMExchangeProxy> ZidClient::proxy() {
 
 void ZidClient::clientConnected() {
     if (const auto current = proxy()) current->exchange(ISRMExchange::DataPtr(), m_burst, ISRMExchange::ExtraPtr());
+    ipl::ErrorStorage::ack();  // if the service has just gone, the sender's wait will tell
 }
 
 void ZidClient::clientDisconnected() {

@@ -64,6 +64,7 @@ void ZidClient::sendBurst() {
     if (current == nullptr) return;  // the service is gone, and the next wait will tell
     m_latencywatch.start();
     for (std::uint16_t i = 0; i < m_burst; ++i) current->exchange(m_data, 0, ISRMExchange::ExtraPtr());
+    ipl::ErrorStorage::ack();  // if the service has just gone, the next wait will tell
 }
 
 void ZidClient::fillPayload() {

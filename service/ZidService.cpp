@@ -74,7 +74,9 @@ void ZidService::countMessage() {
 
 // Somebody who never connected a reply service cannot be answered, so the reply is dropped.
 void ZidService::reply() const {
-    if (m_proxy != nullptr) m_proxy->exchange(ISRMExchange::DataPtr(), 0, ISRMExchange::ExtraPtr());
+    if (m_proxy == nullptr) return;
+    m_proxy->exchange(ISRMExchange::DataPtr(), 0, ISRMExchange::ExtraPtr());
+    ipl::ErrorStorage::ack();  // a client that has just gone misses nothing
 }
 
 void ZidService::clientDisconnected() {

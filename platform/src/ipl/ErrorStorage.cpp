@@ -44,6 +44,9 @@ Errors& errors() {
 
 ErrorStorage* inForce = nullptr;
 
+// Whether this thread may have a pending error: threads that have none, which is nearly always, take no lock.
+thread_local bool mayBePending = false;
+
 }  // namespace
 
 ErrorStorage::ErrorStorage() : m_previous(std::exchange(inForce, this)) {}
@@ -53,12 +56,14 @@ ErrorStorage::~ErrorStorage() {
 }
 
 bool ErrorStorage::isError(bool ownThread) {
+    if (ownThread && !mayBePending) return false;
     Errors& all = errors();
     const std::scoped_lock lock(all.mutex);
     return ownThread ? all.own() != all.pending.end() : !all.pending.empty();
 }
 
 const char* ErrorStorage::reason() {
+    if (!mayBePending) return nullptr;
     Errors& all = errors();
     const std::scoped_lock lock(all.mutex);
     const auto own = all.own();
@@ -66,6 +71,7 @@ const char* ErrorStorage::reason() {
 }
 
 void ErrorStorage::ack() {
+    if (!std::exchange(mayBePending, false)) return;
     Errors& all = errors();
     const std::scoped_lock lock(all.mutex);
     const auto own = all.own();
@@ -73,6 +79,7 @@ void ErrorStorage::ack() {
 }
 
 void ErrorStorage::record(Record error) {
+    mayBePending = true;
     Errors& all = errors();
     const std::scoped_lock lock(all.mutex);
     const auto own = all.own();

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <string>
+
+/// What the system knows about a process.
+
+/// The children, those included that have ended and that nobody has waited for.
+std::size_t childrenOf(pid_t process);
+
+/// How often its threads have gone to sleep, and the processor's time that they took; the same text as long as nothing
+/// ran.
+std::string activityOf(pid_t process);
+
+/// A figure of /proc/PID/status in its unit, such as VmRSS in KiB.
+unsigned long long figureOf(pid_t process, const std::string& name);
+
+/// Whether it is built with a sanitizer that needs memory and threads of its own.
+bool isSanitized(pid_t process);
+
+/// Asks until the answer is true; false when that does not happen.
+bool eventually(const std::function<bool()>& condition);

@@ -1,0 +1,125 @@
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include <fstream>
+
+#include "EndToEndTest.h"
+#include "ProcessState.h"
+
+namespace {
+
+constexpr const char* ScriptFolder = "/yst";
+constexpr const char* Script = "/yst/bin/zidtimeout.sh";
+constexpr const char* NotStarted = "unable to trigger script /yst/bin/zidtimeout.sh";
+
+// The script's place is the same for all tests of the machine, so they take turns.
+class TimeoutTest : public EndToEndTest {
+  protected:
+    TimeoutTest() : m_turn(::open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        EXPECT_EQ(::flock(m_turn, LOCK_EX), 0);
+    }
+
+    ~TimeoutTest() override {
+        std::error_code ignored;
+        if (m_installed) std::filesystem::remove_all(ScriptFolder, ignored);
+        ::close(m_turn);
+    }
+
+    void SetUp() override {
+        if (std::filesystem::exists(ScriptFolder)) GTEST_SKIP() << ScriptFolder << " exists and is not ours";
+    }
+
+    // Installs a script that notes each of its runs. False if that is not allowed here.
+    bool installScript() {
+        std::error_code error;
+        m_installed = std::filesystem::create_directories("/yst/bin", error);
+        if (!m_installed) return false;
+        std::ofstream(Script) << "#!/bin/sh\necho \"$0 $#\" >> " << notes() << "\n";
+        std::filesystem::permissions(Script, std::filesystem::perms::owner_all, error);
+        return !error;
+    }
+
+    std::filesystem::path notes() const { return runtimeDirectory() / "notes"; }
+
+    std::string noted() const {
+        std::string content;
+        std::ifstream file(notes());
+        std::getline(file, content, '\0');
+        return content;
+    }
+
+  private:
+    int m_turn;
+    bool m_installed = false;
+};
+
+TEST_F(TimeoutTest, KilledServiceEndsTheSenderAndTheNextOneServesAgain) {
+    Program service({"-s", "5"});
+    Program shell({});
+    shell.write("setTimeout 1000");
+    shell.write("startZID 5 --payload 1000 --delay 0 --burstcount 99");
+    service.waitForLine("ZidService(5): starting test with msg_count = 99");
+    service.kill();
+    shell.waitForLine("ZidClient(5): disconnected -> test finished");
+    shell.waitForLine("ZidClient - stopping sender thread..");
+    shell.write("stopZID 5");
+    Report::readFrom(shell, "ZID stats(inst=5, payload=1000, delay=0, burst=99");
+    EXPECT_TRUE(shell.output().holdsInOrder({"setTimeout:   timeout[msec]:    1000", ".. connected.",
+                                             "timeout for waiting for response received, timer = 1000[msec]",
+                                             NotStarted, "ZidClient - stopping sender thread..",
+                                             "StopZID:   instance:    5", "..  thread joined, disconnecting proxy.. ",
+                                             "..  disconnected, unregistering service..",
+                                             "..  service has been shut down.", "ZID stats*"}));
+    EXPECT_EQ(shell.output().count(NotStarted), 1U);
+
+    shell.write("setTimeout");
+    Program next({"-s", "5"});
+    runTest(shell, 5);
+    leave(shell);
+}
+
+TEST_F(TimeoutTest, ScriptRunsOnceAndLeavesNoProcessBehind) {
+    if (!installScript()) GTEST_SKIP() << "not allowed to install " << Script;
+    Program service({"-s", "5"});
+    service.waitForLine("starting service with instance 5");
+    Program shell({});
+    runTest(shell, 5);
+    service.pause();
+    shell.write("setTimeout 500");
+    shell.write("startZID 5");
+    shell.waitForLine("timeout for waiting for response received, timer = 500[msec]");
+    shell.waitForLine("ZidClient - stopping sender thread..");
+    EXPECT_TRUE(eventually([this] { return !noted().empty(); }));
+    EXPECT_TRUE(eventually([&shell] { return childrenOf(shell.id()) == 0; }));
+    service.resume();
+    shell.write("stopZID 5");
+    leave(shell);
+    EXPECT_EQ(noted(), std::string(Script) + " 0\n");
+    EXPECT_EQ(shell.output().count(NotStarted), 0U);
+}
+
+TEST_F(TimeoutTest, ScriptDoesNotRunAfterStopZid) {
+    if (!installScript()) GTEST_SKIP() << "not allowed to install " << Script;
+    Program service({"-s", "5"});
+    Program shell({});
+    shell.write("setTimeout 3000");
+    bool timedOut = false;  // only if the command comes while the sender sleeps before a burst
+    for (int attempt = 0; attempt < 10 && !timedOut; ++attempt) {
+        shell.write("startZID 5 --delay 1000");
+        service.waitForLine("ZidService(5): starting test with msg_count = 1");
+        service.letRun(Program::Milliseconds(100));  // it has answered, then
+        service.pause();
+        shell.write("stopZID 5");
+        Report::readFrom(shell, "ZID stats(inst=5, *");
+        timedOut = shell.sees("timeout*", Program::Milliseconds(0));
+        service.resume();
+        service.waitForLine("ZidService(5): disconnected -> test finished");
+    }
+    EXPECT_TRUE(timedOut);
+    leave(shell);
+    EXPECT_EQ(noted(), "");
+    EXPECT_EQ(shell.output().count(NotStarted), 0U);
+}
+
+}  // namespace
