@@ -282,6 +282,22 @@ TEST_P(Conformance, AListenerMayDestroyItsProxy) {
     EXPECT_TRUE(destroyer.log.waitFor("destroyed"));
 }
 
+TEST_P(Conformance, AListenerMayDestroyItsProxyAsSoonAsItIsAlive) {
+    struct Destroyer final : comm::LifecycleListener {
+        void lifecycleChanged(bool alive) override {
+            if (!alive) return;
+            proxy->call(4);
+            proxy.reset();
+        }
+        std::unique_ptr<TestProxy> proxy = std::make_unique<TestProxy>(1, this);
+    } destroyer;
+    ASSERT_FALSE(destroyer.proxy->connect());
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    ASSERT_TRUE(service.log.waitFor("disconnected"));
+    EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "4", "disconnected"}));
+}
+
 TEST_P(Conformance, AKilledServiceIsNoticedAndReplaced) {
     auto killed = std::make_unique<PeerProcess>("serve 1");
     ASSERT_EQ(killed->readLine(), "serving");

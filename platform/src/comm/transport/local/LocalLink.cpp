@@ -105,10 +105,19 @@ void LocalLink::use(FileDescriptor socket) {
         m_up = true;
     }
     m_events->up();
-    if (m_events == nullptr) return;  // closed by the user inside the event
+    // Also when the user has closed the link inside the event: what was sent still has to leave.
+    if (begin(fd) && m_events != nullptr) m_events->down();
+}
+
+// Sends the greeting and whatever came behind it; true if the connection is of no use, as nobody would see its end.
+bool LocalLink::begin(int fd) {
     const std::scoped_lock lock(m_mutex);
-    if (m_transport.watch(fd, m_number, false)) ::shutdown(fd, SHUT_RDWR);
+    if (m_transport.watch(fd, m_number, false)) {
+        drop();
+        return true;
+    }
     flush();
+    return false;
 }
 
 bool LocalLink::send(const Message& message) {

@@ -48,6 +48,7 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     Stamp currentStamp() const;
     bool connectSocket(bool& absent, FileDescriptor& socket) const;
     void use(FileDescriptor socket);
+    bool begin(int fd);
     bool lose();
     void flush();
     void drop();
