@@ -7,8 +7,8 @@
 
 namespace TCLAP {
 
-// The kinds of error that the parser reports.
-enum class Error { Value = 0, CommandLine = 1, Declaration = 2 };
+// The kinds of error that the parser reports: a value cannot be read, or the words do not fit the options.
+enum class Error { Value = 0, CommandLine = 1 };
 
 }  // namespace TCLAP
 
@@ -65,8 +65,6 @@ void CommandLineOptions::parse(int argc, const char* const* argv) {
         m_cmdLine.parse(words);
     } catch (const TCLAP::ExitException& exit) {
         std::exit(exit.getExitStatus());
-    } catch (const TCLAP::SpecificationException& error) {
-        report(TCLAP::Error::Declaration, error.error());
     } catch (const TCLAP::ArgException& error) {
         reportParseError(error);
     }

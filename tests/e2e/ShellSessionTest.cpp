@@ -113,4 +113,25 @@ TEST_F(ShellSessionTest, AllInstancesWorkAtOnce) {
     EXPECT_EQ(shell.errors().text(), "");
 }
 
+TEST_F(ShellSessionTest, CommandsOfDifferentKindsMayOverlap) {
+    constexpr int Instances = 30;
+    constexpr Program::Milliseconds Patience{120000};
+    std::string beside;
+    std::string after = "wait\n";
+    for (int i = 1; i <= Instances; ++i) {
+        const std::string number = std::to_string(i);
+        beside.append("startService ").append(number).append(" &\nsetTimeout 9000 &\nstartZID ").append(number);
+        beside.append(" 10 0 5 &\nstopZID ").append(number).append(" &\n");
+        after.append("stopZID ").append(number).append("\n");
+    }
+    Program shell({});
+    shell.type(beside + after);
+    shell.closeInput();
+    EXPECT_EQ(shell.waitForExit(Patience), 0);
+    // Every client was stopped once, by the first stop that found it.
+    for (int i = 1; i <= Instances; ++i)
+        EXPECT_EQ(shell.output().count("ZID stats(inst=" + std::to_string(i) + ", *"), 1U) << i;
+    EXPECT_EQ(shell.errors().text(), "");
+}
+
 }  // namespace

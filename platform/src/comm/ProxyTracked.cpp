@@ -29,26 +29,22 @@ class ConnectedObject final : public InterfaceObject {
     const std::shared_ptr<transport::Link>& m_link;
 };
 
-ipl::string nameOf(const TrackedBase::IdentityArgs& identity) {
-    return ipl::string(identity.interfaceName) + '/' + std::to_string(identity.instanceKey.instance);
-}
-
 }  // namespace
 
 ProxyTracked::ProxyTracked(const IdentityArgs& identity, LifecycleListener* listener)
     : TrackedBase(identity),
       LifecycleImpl(Initial, listener),
-      m_objects{std::make_unique<UnreachableObject>(nameOf(identity)), std::make_unique<ConnectedObject>(m_link)} {}
+      m_objects{std::make_unique<UnreachableObject>(identity.toString()), std::make_unique<ConnectedObject>(m_link)} {}
 
 ProxyTracked::~ProxyTracked() = default;
 
 bool ProxyTracked::connect() {
     const std::shared_ptr<Agent> agent = Agent::current();
-    if (agent == nullptr) return error::record(Error::NoAgent, nameOf(identity()), __FILE__, __LINE__);
+    if (agent == nullptr) return error::record(Error::NoAgent, identity().toString(), __FILE__, __LINE__);
     {
         const std::scoped_lock lock(m_mutex);
         if (m_link != nullptr)
-            return error::record(Error::AlreadyRegistered, nameOf(identity()) + " is connected", __FILE__, __LINE__);
+            return error::record(Error::AlreadyRegistered, identity().toString() + " is connected", __FILE__, __LINE__);
         m_link = agent->transport().link(identity(), *this);
     }
     changeTo(Pending);

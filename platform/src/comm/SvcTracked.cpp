@@ -7,10 +7,6 @@
 namespace comm {
 namespace {
 
-ipl::string nameOf(const TrackedBase& record) {
-    return ipl::string(record.identity().interfaceName) + '/' + std::to_string(record.instanceKey().instance);
-}
-
 // Keeps the record while events may come for it.
 class RegistrationEvents final : public transport::ListenerEvents {
   public:
@@ -34,10 +30,11 @@ SvcTracked::~SvcTracked() = default;
 
 bool SvcTracked::registerService() {
     const std::shared_ptr<Agent> agent = Agent::current();
-    if (agent == nullptr) return error::record(Error::NoAgent, nameOf(*this), __FILE__, __LINE__);
+    if (agent == nullptr) return error::record(Error::NoAgent, identity().toString(), __FILE__, __LINE__);
     {
         const std::scoped_lock lock(m_mutex);
-        if (m_listener != nullptr) return error::record(Error::AlreadyRegistered, nameOf(*this), __FILE__, __LINE__);
+        if (m_listener != nullptr)
+            return error::record(Error::AlreadyRegistered, identity().toString(), __FILE__, __LINE__);
         m_listener = agent->transport().listen(identity(), std::make_shared<RegistrationEvents>(*this));
         if (m_listener == nullptr) return true;
     }
@@ -50,7 +47,7 @@ bool SvcTracked::registerService() {
 bool SvcTracked::unregisterService() {
     const TrackedReferenceBase kept(this);
     if (const std::shared_ptr<Agent> agent = Agent::current()) agent->remove(*this);
-    return !end(Dead) && error::record(Error::NotConnected, nameOf(*this), __FILE__, __LINE__);
+    return !end(Dead) && error::record(Error::NotConnected, identity().toString(), __FILE__, __LINE__);
 }
 
 // Ends a registration; false if there was none.

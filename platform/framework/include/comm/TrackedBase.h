@@ -25,6 +25,9 @@ class TrackedBase {
         const InstanceKey& instanceKey;
         const ipl::UUID& interfaceUuid;
         const char* interfaceName;
+
+        /// For people: the interface's name and the instance, such as "some.Interface/7".
+        ipl::string toString() const { return ipl::string(interfaceName) + '/' + std::to_string(instanceKey.instance); }
     };
 
     TrackedBase(const TrackedBase&) = delete;

@@ -10,7 +10,7 @@ struct Identity {
     explicit Identity(const TrackedBase::IdentityArgs& args)
         : key(args.instanceKey),
           interfaceUuid(args.interfaceUuid),
-          display(ipl::string(args.interfaceName) + '/' + std::to_string(args.instanceKey.instance)),
+          display(args.toString()),
           fileName(args.instanceKey.uuid.toString() + '.' + std::to_string(args.instanceKey.instance)) {}
 
     const InstanceKey key;
