@@ -18,7 +18,7 @@ constexpr std::uint32_t MiB = 1U << 20;
 
 std::string takeReason() {
     const char* reason = ipl::ErrorStorage::reason();
-    const std::string text = reason == nullptr ? "" : reason;
+    std::string text = reason == nullptr ? "" : reason;
     ipl::ErrorStorage::ack();
     return text;
 }

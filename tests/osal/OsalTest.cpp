@@ -113,7 +113,7 @@ TEST(Thread, RunsOnceAndMayBeJoinedTwice) {
 class ProcessTest : public testing::Test {
   protected:
     std::string script(const char* text) const {
-        const std::string path = directory.path() + "/script";
+        std::string path = directory.path() + "/script";
         std::ofstream(path) << text;
         ::chmod(path.c_str(), 0700);
         return path;
