@@ -53,14 +53,6 @@ void ZidShell::handleSetTimeout() {
     print(numbered("setTimeout:   timeout[msec]:    ", m_timeout));
 }
 
-void ZidShell::handleSendFile() {
-    print("sendFile: this version cannot transfer files yet");
-}
-
-void ZidShell::handleReceiveFile() {
-    print("receiveFile: this version cannot transfer files yet");
-}
-
 void ZidShell::refuseStart(int instance) {
     ipl::cout << "service NOT Started - service with instance " << instance << " already active" << ipl::endl;
 }
