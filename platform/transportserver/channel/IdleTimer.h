@@ -1,0 +1,42 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace transport {
+
+/// Calls a function on a thread of its own when something is due. The thread sleeps while nothing is.
+class IdleTimer {
+  public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+    /// Does what is due now and returns when it is to be called next, if ever.
+    using Expire = std::function<std::optional<TimePoint>(TimePoint now)>;
+
+    explicit IdleTimer(Expire expire);
+    IdleTimer(const IdleTimer&) = delete;
+    IdleTimer& operator=(const IdleTimer&) = delete;
+    /// Waits for a call that runs.
+    ~IdleTimer();
+
+    /// The function is called at this time or before. Any thread may call it, each with times that do not go back.
+    void arm(TimePoint due);
+
+  private:
+    void run();
+    void armLocked(TimePoint due);
+
+    const Expire m_expire;
+    std::mutex m_mutex;  // guards the two below, and the change of m_isArmed
+    TimePoint m_due;
+    bool m_isStopping = false;
+    std::atomic<bool> m_isArmed{false};  // what is armed already is due before all that is armed now
+    std::condition_variable m_changed;
+    std::thread m_thread;
+};
+
+}  // namespace transport

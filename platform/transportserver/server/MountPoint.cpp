@@ -1,0 +1,81 @@
+#include "MountPoint.h"
+
+#include <sys/mount.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "MountTable.h"
+
+namespace transport {
+namespace {
+
+constexpr const char* ChooseAnother = "choose an empty directory or a new one, such as /tmp/transportserver";
+
+}  // namespace
+
+MountPoint::~MountPoint() {
+    if (m_isMade) (void)::rmdir(m_absolute.c_str());
+}
+
+bool MountPoint::prepare() {
+    return locate() || clear() || makeDirectory();
+}
+
+// Only the folder above is looked at: every access to a mount point whose server was killed fails.
+bool MountPoint::locate() {
+    std::error_code error;
+    std::filesystem::path path = std::filesystem::absolute(m_path, error).lexically_normal();
+    if (!path.has_filename()) path = path.parent_path();
+    std::filesystem::create_directories(path.parent_path(), error);
+    const std::filesystem::path folder = std::filesystem::canonical(path.parent_path(), error);
+    if (error) return fail(error.message(), ChooseAnother);
+    m_absolute = folder / path.filename();
+    return false;
+}
+
+bool MountPoint::clear() {
+    while (const auto mount = Mount::at(m_absolute)) {
+        if (!mount->isTransportServer())
+            return fail("is the mount point of " + mount->source + " (" + mount->type + ")",
+                        "unmount that or choose another directory");
+        if (const pid_t server = mount->server(); server != 0)
+            return fail("is served already by process " + std::to_string(server),
+                        "end that (kill " + std::to_string(server) + ") or choose another directory");
+        if (unmountStale())
+            return fail("is left over from a server that was killed, and cannot be unmounted",
+                        "unmount it as the user who has mounted it, or as root (umount -l)");
+    }
+    return false;
+}
+
+bool MountPoint::unmountStale() {
+    if (::umount2(m_absolute.c_str(), MNT_DETACH) == 0) return false;
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::execlp("fusermount3", "fusermount3", "-u", "-q", "-z", "--", m_absolute.c_str(), nullptr);
+        _exit(127);
+    }
+    int status = 0;
+    return child < 0 || ::waitpid(child, &status, 0) != child || status != 0;
+}
+
+bool MountPoint::makeDirectory() {
+    std::error_code error;
+    m_isMade = std::filesystem::create_directory(m_absolute, error);
+    if (m_isMade) return false;
+    if (error && error != std::errc::file_exists) return fail("cannot be made: " + error.message(), ChooseAnother);
+    const auto entries = std::filesystem::directory_iterator(m_absolute, error);
+    if (error) return fail(error.message(), ChooseAnother);
+    // What is in it could not be seen while the server runs.
+    return entries != std::filesystem::directory_iterator() && fail("is not empty", ChooseAnother);
+}
+
+bool MountPoint::fail(const std::string& cause, const std::string& mend) {
+    m_reason.append(m_path).append(": ").append(cause).append(": ").append(mend);
+    return true;
+}
+
+}  // namespace transport

@@ -1,0 +1,118 @@
+#include "Server.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+#include "MountTable.h"
+#include "Receiver.h"
+#include "StandardErrorCapture.h"
+
+namespace transport {
+namespace {
+
+constexpr const char* Device = "/dev/fuse";
+// One to take from a writer while another gives to a reader, and one for all else.
+constexpr std::size_t Threads = 3;
+constexpr auto WakePatience = std::chrono::milliseconds(10);
+
+sigset_t endSignals() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, signal);
+    return signals;
+}
+
+// A signal with a handler makes a thread return from its wait for the kernel.
+void installWakeSignal() {
+    struct sigaction action {};
+    action.sa_handler = [](int) {};
+    (void)::sigaction(SIGUSR1, &action, nullptr);
+}
+
+}  // namespace
+
+Server::~Server() {
+    joinThreads();
+    m_files.abort();
+    if (m_isMounted) fuse_session_unmount(m_session);
+    if (m_session != nullptr) fuse_session_destroy(m_session);
+}
+
+void Server::blockSignals() {
+    const sigset_t signals = endSignals();
+    (void)::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    // Nobody may read the ready line any more, which is no reason to leave the mount point behind.
+    (void)std::signal(SIGPIPE, SIG_IGN);
+}
+
+void Server::waitForEnd() {
+    const sigset_t signals = endSignals();
+    int signal = 0;
+    (void)::sigwait(&signals, &signal);
+}
+
+bool Server::start(const std::string& mountPoint) {
+    if (makeSession() || mount(mountPoint)) return true;
+    installWakeSignal();
+    m_running = Threads;
+    for (std::size_t i = 0; i < Threads; ++i) m_threads.emplace_back([this] { serve(); });
+    return false;
+}
+
+bool Server::makeSession() {
+    const std::string options = "fsname=" + Mount::ownSource() + ",subtype=" + Mount::OwnSubtype;
+    const char* words[] = {Mount::OwnSubtype, "-o", options.c_str()};
+    fuse_args arguments = FUSE_ARGS_INIT(3, const_cast<char**>(words));
+    m_session = fuse_session_new(&arguments, &FileSystem::operations(), sizeof(fuse_lowlevel_ops), &m_files);
+    fuse_opt_free_args(&arguments);
+    return m_session == nullptr && fail("the FUSE library does not start", "look at the lines above");
+}
+
+bool Server::mount(const std::string& mountPoint) {
+    const int device = ::open(Device, O_RDWR | O_CLOEXEC);
+    if (device < 0 && errno == EACCES)
+        return fail(std::string(Device) + ": " + std::strerror(errno),
+                    "have it opened to this user (chmod 666 /dev/fuse), or run as root");
+    if (device < 0)
+        return fail(std::string(Device) + ": " + std::strerror(errno),
+                    "load it (modprobe fuse), or give it to the container (--device /dev/fuse)");
+    (void)::close(device);
+
+    const StandardErrorCapture errors;
+    m_isMounted = fuse_session_mount(m_session, mountPoint.c_str()) == 0;
+    return !m_isMounted && fail("cannot mount on " + mountPoint + ": " + errors.text(),
+                                "run as root, or as a user with the package fuse3 who may write to the mount point");
+}
+
+// Ends when the server does, or when the file system is gone; the main thread then is to know.
+void Server::serve() {
+    Receiver(m_session, m_buffers).run();
+    {
+        const std::lock_guard lock(m_mutex);
+        --m_running;
+    }
+    m_ended.notify_one();
+    (void)::kill(::getpid(), SIGTERM);
+}
+
+// A thread may be about to wait when it is woken, so it is woken until it has ended.
+void Server::joinThreads() {
+    if (m_session != nullptr) fuse_session_exit(m_session);
+    std::unique_lock lock(m_mutex);
+    do {
+        for (std::thread& thread : m_threads) (void)::pthread_kill(thread.native_handle(), SIGUSR1);
+    } while (!m_ended.wait_for(lock, WakePatience, [this] { return m_running == 0; }));
+    lock.unlock();
+    for (std::thread& thread : m_threads) thread.join();
+}
+
+bool Server::fail(const std::string& cause, const std::string& mend) {
+    m_reason.append(cause).append(": ").append(mend);
+    return true;
+}
+
+}  // namespace transport
