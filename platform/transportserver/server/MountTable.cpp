@@ -9,7 +9,7 @@
 namespace transport {
 namespace {
 
-// The system writes blanks and the like as a backslash and three octal digits.
+// The system writes blanks, number signs and the like as a backslash and three octal digits.
 std::string unescaped(const std::string& text) {
     std::string result;
     for (std::size_t i = 0; i < text.size(); ++i) {
@@ -40,7 +40,8 @@ std::optional<Mount> Mount::at(const std::string& path) {
         while (fields >> field && field != "-") {
         }
         Mount mount;
-        fields >> mount.type >> mount.source;
+        fields >> mount.type >> field;
+        mount.source = unescaped(field);
         uppermost = mount;
     }
     return uppermost;

@@ -23,13 +23,20 @@ class RangeArg : public TCLAP::ValueArg<long> {
     void check() const {
         if (getValue() < m_least || getValue() > m_most)
             throw TCLAP::ArgException("the value must be " + std::to_string(m_least) + " to " + std::to_string(m_most),
-                                      toString());
+                                      "--" + getName());
     }
 
   private:
     long m_least;
     long m_most;
 };
+
+// The option or word that an error is about, without the word that the parser puts before it.
+std::string subjectOf(const TCLAP::ArgException& error) {
+    const std::string prefix = "Argument: ";
+    const std::string id = error.argId();
+    return id.starts_with(prefix) ? id.substr(prefix.size()) : id;
+}
 
 ServerOptions parseLine(std::vector<std::string>& words) {
     const ServerOptions defaults;
@@ -44,6 +51,8 @@ ServerOptions parseLine(std::vector<std::string>& words) {
         defaults.mountPoint, "MOUNTPOINT", line);
     line.setExceptionHandling(false);
     line.parse(words);
+    // The parser takes an unknown option for the word without one.
+    if (mountPoint.getValue().starts_with('-')) throw TCLAP::ArgException("no such option", mountPoint.getValue());
     capacity.check();
     idleTime.check();
     return {mountPoint.getValue(), static_cast<std::size_t>(capacity.getValue()),
@@ -60,7 +69,7 @@ std::optional<ServerOptions> ServerOptions::parse(int argc, const char* const* a
     } catch (const TCLAP::ExitException& exit) {
         exitStatus = exit.getExitStatus();
     } catch (const TCLAP::ArgException& error) {
-        std::cerr << "transportserver: " << error.argId() << ": " << error.error()
+        std::cerr << "transportserver: " << subjectOf(error) << ": " << error.error()
                   << ": see transportserver --help for the options" << std::endl;
         exitStatus = 1;
     }
