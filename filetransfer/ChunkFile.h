@@ -10,9 +10,9 @@
 class ChunkFile {
   public:
     /// Opens the end that chunks are written to. Look at isOpen() for the outcome.
-    static ChunkFile forWriting(const ipl::string& path) { return ChunkFile(path, "r+be"); }
+    static ChunkFile forWriting(const ipl::string& path) { return {path, "r+be"}; }
     /// Opens the end that chunks are read from, or makes it.
-    static ChunkFile forReading(const ipl::string& path) { return ChunkFile(path, "w+be"); }
+    static ChunkFile forReading(const ipl::string& path) { return {path, "w+be"}; }
 
     bool isOpen() const { return m_stream != nullptr; }
 

@@ -20,10 +20,6 @@ Channel::TimePoint now() {
     return std::chrono::steady_clock::now();
 }
 
-OpenFile& openFile(const fuse_file_info& file) {
-    return *reinterpret_cast<OpenFile*>(file.fh);
-}
-
 }  // namespace
 
 FileSystem::FileSystem(const Channel::Limits& limits)
@@ -111,35 +107,22 @@ void FileSystem::open(fuse_req_t request, fuse_ino_t node, fuse_file_info* file)
         (void)fuse_reply_err(request, EACCES);
         return;
     }
-    auto opened = std::make_unique<OpenFile>(self.m_channels, found);
-    file->fh = reinterpret_cast<std::uint64_t>(opened.get());
+    file->fh = self.m_files.add(std::make_unique<OpenFile>(self.m_channels, found));
     file->direct_io = 1;
     file->nonseekable = 1;
-    {
-        const std::lock_guard lock(self.m_filesMutex);
-        self.m_files.emplace(file->fh, std::move(opened));
-    }
     // A failed reply means that the open was interrupted: no release will come.
-    if (fuse_reply_open(request, file) == 0) return;
-    const std::lock_guard lock(self.m_filesMutex);
-    self.m_files.erase(file->fh);
+    if (fuse_reply_open(request, file) != 0) self.m_files.remove(file->fh);
 }
 
 void FileSystem::release(fuse_req_t request, fuse_ino_t /*node*/, fuse_file_info* file) {
-    FileSystem& self = of(request);
-    std::unique_ptr<OpenFile> closing;
-    {
-        const std::lock_guard lock(self.m_filesMutex);
-        closing = std::move(self.m_files.extract(file->fh).mapped());
-    }
-    closing.reset();
+    of(request).m_files.remove(file->fh);
     (void)fuse_reply_err(request, 0);
 }
 
 void FileSystem::read(fuse_req_t request, fuse_ino_t /*node*/, std::size_t size, off_t /*offset*/,
                       fuse_file_info* file) {
     FileSystem& self = of(request);
-    OpenFile& from = openFile(*file);
+    OpenFile& from = self.m_files.find(file->fh);
     if (from.end() != End::Spawn) {
         (void)fuse_reply_err(request, EBADF);
         return;
@@ -151,7 +134,7 @@ void FileSystem::read(fuse_req_t request, fuse_ino_t /*node*/, std::size_t size,
 void FileSystem::write(fuse_req_t request, fuse_ino_t /*node*/, const char* bytes, std::size_t size, off_t /*offset*/,
                        fuse_file_info* file) {
     FileSystem& self = of(request);
-    OpenFile& into = openFile(*file);
+    OpenFile& into = self.m_files.find(file->fh);
     if (into.end() != End::Connect) {
         (void)fuse_reply_err(request, EBADF);
         return;

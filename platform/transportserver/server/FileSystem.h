@@ -3,15 +3,13 @@
 #include <fuse3/fuse_lowlevel.h>
 #include <sys/stat.h>
 
-#include <memory>
-#include <mutex>
 #include <string>
-#include <unordered_map>
+#include <vector>
 
 #include "ChannelTable.h"
 #include "IdleTimer.h"
 #include "NodeTable.h"
-#include "OpenFile.h"
+#include "OpenFileTable.h"
 
 namespace transport {
 
@@ -52,8 +50,7 @@ class FileSystem {
 
     NodeTable m_nodes;
     ChannelTable m_channels;
-    std::mutex m_filesMutex;  // guards m_files
-    std::unordered_map<std::uint64_t, std::unique_ptr<OpenFile>> m_files;
+    OpenFileTable m_files;
     IdleTimer m_timer;
 };
 

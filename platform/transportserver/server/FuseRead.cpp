@@ -11,7 +11,7 @@ void FuseRead::answer(int error, std::span<const Slice> bytes) {
     std::vector<iovec> parts;
     parts.reserve(bytes.size());
     for (const Slice& slice : bytes) parts.push_back({const_cast<std::byte*>(slice.data), slice.size});
-    const fuse_req_t request = m_request.settle();
+    fuse_req_t request = m_request.settle();
     if (error != 0)
         (void)fuse_reply_err(request, error);
     else

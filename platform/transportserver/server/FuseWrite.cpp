@@ -9,7 +9,7 @@ std::shared_ptr<const void> FuseWrite::keep() {
 }
 
 void FuseWrite::answer(int error, std::span<const Slice> /*bytes*/) {
-    const fuse_req_t request = m_request.settle();
+    fuse_req_t request = m_request.settle();
     if (error != 0)
         (void)fuse_reply_err(request, error);
     else

@@ -19,7 +19,7 @@ class InterruptibleRequest {
     fuse_req_t settle();
 
   private:
-    static void interrupt(fuse_req_t request, void* self);
+    static void interrupt(fuse_req_t request, void* data);
 
     fuse_req_t m_request;
     Channel& m_channel;
