@@ -65,8 +65,10 @@ std::optional<Channel::TimePoint> Channel::write(std::unique_ptr<WriteRequest> r
     {
         const std::lock_guard lock(m_mutex);
         if (m_writes.empty() && fits(bytes.size)) {
+            const bool isKept = bytes.owner != nullptr;
             enter(std::move(bytes), answers);
-            answers.push_back({std::move(request), 0, {}});
+            // Bytes that are not kept are given to readers from memory that ends with the writer's answer.
+            answers.insert(isKept ? answers.begin() : answers.end(), {std::move(request), 0, {}});
         } else if (request->m_isWithdrawn) {
             answers.push_back({std::move(request), EINTR, {}});
         } else {
@@ -157,7 +159,7 @@ void Channel::enterWaiting(Answers& answers) {
     for (; !m_writes.empty() && fits(m_writes.front().bytes.size); m_writes.pop_front()) {
         WaitingWrite& write = m_writes.front();
         enter(std::move(write.bytes), answers);
-        answers.push_back({std::move(write.request), 0, {}});
+        answers.push_front({std::move(write.request), 0, {}});
     }
 }
 

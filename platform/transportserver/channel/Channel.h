@@ -88,7 +88,9 @@ class Channel {
         int error;
         std::vector<Slice> bytes;
     };
-    using Answers = std::vector<Answer>;
+    // Writers come first where that is possible: it costs little, and they go on while their bytes are copied to
+    // readers.
+    using Answers = std::deque<Answer>;
 
     // Those with Answers are called under the mutex and add what is to be answered after it is released.
     bool fits(std::size_t size) const;

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
@@ -15,9 +16,13 @@ namespace transport {
 namespace {
 
 constexpr const char* Device = "/dev/fuse";
-// One to take from a writer while another gives to a reader, and one for all else.
-constexpr std::size_t Threads = 3;
 constexpr auto WakePatience = std::chrono::milliseconds(10);
+
+// One takes from a writer while another gives to a reader. More than there are cores only get in each other's way, and
+// each has a megabyte of its own.
+std::size_t threadCount() {
+    return std::clamp(std::thread::hardware_concurrency(), 2U, 4U);
+}
 
 sigset_t endSignals() {
     sigset_t signals;
@@ -58,8 +63,8 @@ void Server::waitForEnd() {
 bool Server::start(const std::string& mountPoint) {
     if (makeSession() || mount(mountPoint)) return true;
     installWakeSignal();
-    m_running = Threads;
-    for (std::size_t i = 0; i < Threads; ++i) m_threads.emplace_back([this] { serve(); });
+    m_running = threadCount();
+    for (std::size_t i = m_running; i > 0; --i) m_threads.emplace_back([this] { serve(); });
     return false;
 }
 
