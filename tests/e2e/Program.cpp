@@ -27,13 +27,13 @@ void closeEnd(int& fd) {
     fd = -1;
 }
 
-[[noreturn]] void execute(const std::vector<std::string>& arguments) {
+[[noreturn]] void execute(std::vector<std::string>& words) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     std::signal(SIGPIPE, SIG_DFL);
-    std::vector<char*> words{const_cast<char*>(ZIDBENCH_PROGRAM)};
-    for (const std::string& argument : arguments) words.push_back(const_cast<char*>(argument.c_str()));
-    words.push_back(nullptr);
-    ::execv(ZIDBENCH_PROGRAM, words.data());
+    std::vector<char*> pointers;
+    for (std::string& word : words) pointers.push_back(word.data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
     ::_exit(127);
 }
 
@@ -47,10 +47,13 @@ bool readInto(Transcript& transcript, int fd) {
 
 }  // namespace
 
-Program::Program(const std::vector<std::string>& arguments, Output output) : m_commandLine(ZIDBENCH_PROGRAM) {
+Program::Program(const std::vector<std::string>& arguments, Output output, const std::string& path)
+    : m_commandLine(path) {
     std::signal(SIGPIPE, SIG_IGN);  // a program that does not read any more fails its test in other ways
     for (const std::string& argument : arguments) m_commandLine += " '" + argument + "'";
-    start(arguments, output);
+    std::vector<std::string> words{path};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    start(std::move(words), output);
 }
 
 Program::~Program() {
@@ -60,7 +63,7 @@ Program::~Program() {
     closeEnd(m_stderr);
 }
 
-void Program::start(const std::vector<std::string>& arguments, Output output) {
+void Program::start(std::vector<std::string> words, Output output) {
     Pipe in;
     Pipe out;
     Pipe err;
@@ -72,7 +75,7 @@ void Program::start(const std::vector<std::string>& arguments, Output output) {
         if (!terminal) ::dup2(in.ends[0], STDIN_FILENO);
         if (output == Output::Piped) ::dup2(out.ends[1], STDOUT_FILENO);
         if (output == Output::Closed) ::close(STDOUT_FILENO);
-        execute(arguments);
+        execute(words);
     }
     if (m_id < 0) fail("it cannot be started");
     if (terminal)

@@ -9,8 +9,8 @@
 
 #include "Transcript.h"
 
-/// A running zidbench, with its standard streams in the hands of the test. It is killed with the object, or with the
-/// test's process.
+/// A running program, zidbench unless another is named, with its standard streams in the hands of the test. It is
+/// killed with the object, or with the test's process.
 ///
 /// What is waited for in vain fails the test, with all that the program has written; the waits after that return at
 /// once. So does a sanitizer's report. For the main thread only.
@@ -26,7 +26,8 @@ class Program {
     /// How long anything may take on a busy machine with sanitizers.
     static constexpr Milliseconds Watchdog{30000};
 
-    explicit Program(const std::vector<std::string>& arguments, Output output = Output::Piped);
+    explicit Program(const std::vector<std::string>& arguments, Output output = Output::Piped,
+                     const std::string& path = ZIDBENCH_PROGRAM);
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -63,7 +64,7 @@ class Program {
     int waitForExit(Milliseconds atMost = Watchdog);
 
   private:
-    void start(const std::vector<std::string>& arguments, Output output);
+    void start(std::vector<std::string> words, Output output);
     bool waitUntil(const std::function<bool()>& fulfilled, Milliseconds atMost);
     bool hasEnded();
     void readFor(int milliseconds);

@@ -55,11 +55,16 @@ bool Mount::isTransportServer() const {
     return type == std::string("fuse.") + OwnSubtype && source.starts_with(SourcePrefix);
 }
 
+// A process that was killed keeps its number, in state Z, until its parent has looked at it.
 pid_t Mount::server() const {
     const std::string id = source.substr(SourcePrefix.size());
-    std::ifstream file("/proc/" + id + "/comm");
-    std::string name;
-    return std::getline(file, name) && name == OwnSubtype ? static_cast<pid_t>(std::atol(id.c_str())) : 0;
+    std::ifstream file("/proc/" + id + "/stat");
+    std::string status;
+    std::getline(file, status);
+    const std::string name = std::string(" (") + OwnSubtype + ") ";
+    const std::size_t found = status.find(name);
+    const bool isAlive = found != std::string::npos && status.compare(found + name.size(), 1, "Z") != 0;
+    return isAlive ? static_cast<pid_t>(std::atol(id.c_str())) : 0;
 }
 
 }  // namespace transport

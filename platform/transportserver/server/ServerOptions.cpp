@@ -2,6 +2,7 @@
 
 #include <tclap/CmdLine.h>
 
+#include <algorithm>
 #include <iostream>
 #include <vector>
 
@@ -50,6 +51,8 @@ ServerOptions parseLine(std::vector<std::string>& words) {
         "mountpoint", "The directory to serve at, made if need be; by default " + defaults.mountPoint, false,
         defaults.mountPoint, "MOUNTPOINT", line);
     line.setExceptionHandling(false);
+    // The parser takes an empty word for a value that was not given.
+    if (std::find(words.begin(), words.end(), "") != words.end()) throw TCLAP::ArgException("no value", "''");
     line.parse(words);
     // The parser takes an unknown option for the word without one.
     if (mountPoint.getValue().starts_with('-')) throw TCLAP::ArgException("no such option", mountPoint.getValue());
