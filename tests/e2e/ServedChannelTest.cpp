@@ -68,29 +68,6 @@ TEST_F(ServedChannelTest, ChannelsAtOnceKeepTheirBytesApartInOrderAndComplete) {
     EXPECT_LT(Clock::now() - start, Program::Watchdog);
 }
 
-TEST_F(ServedChannelTest, WritersAndReadersOfOneChannelShareItByWholeWrites) {
-    constexpr std::size_t Size = 999;
-    constexpr std::size_t Count = 2000;
-    const TransportServer server(mountPoint(), Patient);
-    const Clock::time_point start = Clock::now();
-    PlainFile readers[] = {{readingEnd(), O_RDONLY}, {readingEnd(), O_RDONLY}};
-    std::string received[2];
-    std::vector<std::thread> threads;
-    for (char letter : {'a', 'b', 'c'}) {
-        const auto file = std::make_shared<PlainFile>(writingEnd(), O_WRONLY);
-        threads.emplace_back([file, letter] {
-            for (std::size_t i = 0; i < Count; ++i) EXPECT_FALSE(file->write(std::string(Size, letter)));
-        });
-    }
-    for (int i = 0; i < 2; ++i) threads.emplace_back([&, i] { received[i] = readers[i].readToEnd(Size); });
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_LT(Clock::now() - start, Program::Watchdog) << "the last writer's end is no end of the file";
-    const std::string all = received[0] + received[1];
-    for (char letter : {'a', 'b', 'c'}) EXPECT_EQ(std::count(all.begin(), all.end(), letter), Size * Count);
-    ASSERT_EQ(all.size(), 3 * Size * Count);
-    for (std::size_t i = 0; i < all.size(); i += Size) ASSERT_EQ(all.substr(i, Size), std::string(Size, all[i]));
-}
-
 TEST_F(ServedChannelTest, FileEndsWithItsLastWriterWhenAllIsRead) {
     const TransportServer server(mountPoint(), Patient);
     const Clock::time_point start = Clock::now();
@@ -140,21 +117,6 @@ TEST_F(ServedChannelTest, IdleTimeEndsWhatWaits) {
     EXPECT_GE(Clock::now() - start, IdleTime);
     EXPECT_FALSE(writer.write("!"));
     EXPECT_TRUE(reader.readToEnd() == std::string(Capacity - 1, 'x') + '!');
-}
-
-TEST_F(ServedChannelTest, WriteAboveTheCapacityNeedsAnEmptyChannel) {
-    const TransportServer server(mountPoint(), Hasty);
-    const std::string large = randomBytes(5 * Capacity, 1);
-    PlainFile writer(writingEnd(), O_WRONLY);
-    EXPECT_FALSE(writer.write(large));
-    EXPECT_TRUE(writer.write("x"));
-    EXPECT_EQ(writer.error(), ETIMEDOUT);
-    PlainFile reader(readingEnd(), O_RDONLY);
-    EXPECT_TRUE(reader.readToEnd() == large);
-    EXPECT_FALSE(writer.write("x"));
-    EXPECT_TRUE(writer.write(large));
-    EXPECT_EQ(writer.error(), ETIMEDOUT);
-    EXPECT_EQ(reader.read(100), "x");
 }
 
 TEST_F(ServedChannelTest, KilledProgramsWaitNoLongerAndTakeNothingAlong) {
