@@ -42,7 +42,7 @@ double seconds(const timeval& time) {
     arguments.reserve(command.size() + 1);
     for (std::string& argument : command) arguments.push_back(argument.data());
     arguments.push_back(nullptr);
-    ::execv(arguments[0], arguments.data());
+    ::execvp(arguments[0], arguments.data());
     std::fprintf(stderr, "executing %s: %s\n", arguments[0], std::strerror(errno));
     std::fflush(stderr);
     _exit(127);
@@ -51,10 +51,8 @@ double seconds(const timeval& time) {
 }  // namespace
 
 Process::~Process() {
-    if (m_process > 0) {
-        kill();
-        wait();
-    }
+    kill();
+    wait();
     closeIfOpen(m_descriptor);
     closeIfOpen(m_input);
     closeIfOpen(m_output);
@@ -101,14 +99,21 @@ void Process::kill() const {
     if (m_process > 0) ::kill(m_process, SIGKILL);
 }
 
+void Process::stop(std::chrono::milliseconds grace) const {
+    if (m_process <= 0) return;
+    ::kill(m_process, SIGTERM);
+    pollfd end{m_descriptor, POLLIN, 0};
+    if (::poll(&end, 1, static_cast<int>(grace.count())) <= 0) kill();
+}
+
 Process::Exit Process::wait() {
-    Exit exit;
+    if (m_process <= 0) return m_exit;
     rusage usage{};
-    while (::wait4(m_process, &exit.status, 0, &usage) < 0 && errno == EINTR) {
+    while (::wait4(m_process, &m_exit.status, 0, &usage) < 0 && errno == EINTR) {
     }
     m_process = -1;
-    exit.cpuSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
-    return exit;
+    m_exit.cpuSeconds = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+    return m_exit;
 }
 
 std::string Process::output() const {

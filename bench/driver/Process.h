@@ -2,6 +2,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -25,9 +26,9 @@ class Process {
     /// Kills the child if it still runs.
     ~Process();
 
-    /// Starts `command`: the program's path and its arguments; call it once. With a `runtimeDirectory` that is the
-    /// child's XDG_RUNTIME_DIR. Returns true on failure, with the reason in `errno`; a program that cannot be executed
-    /// is no failure here but a child that ends with status 127 and says why.
+    /// Starts `command`: the program, by its path or its name in PATH, and its arguments; call it once. With a
+    /// `runtimeDirectory` that is the child's XDG_RUNTIME_DIR. Returns true on failure, with the reason in `errno`; a
+    /// program that cannot be executed is no failure here but a child that ends with status 127 and says why.
     [[nodiscard]] bool start(std::vector<std::string> command, const std::string& runtimeDirectory = {});
 
     /// Writes to the child's standard input. Returns true when the child does not take all of it.
@@ -39,7 +40,9 @@ class Process {
     int descriptor() const { return m_descriptor; }
     bool hasEnded() const;
     void kill() const;
-    /// Blocks until the child has ended; call it once.
+    /// Asks the child to end, and kills it when it has not ended in this time.
+    void stop(std::chrono::milliseconds grace) const;
+    /// Blocks until the child has ended; of one that has never started the exit is all 0.
     Exit wait();
 
     const std::string& name() const { return m_name; }
@@ -49,6 +52,7 @@ class Process {
   private:
     std::string m_name;
     pid_t m_process = -1;
+    Exit m_exit;
     int m_descriptor = -1;
     int m_input = -1;
     int m_output = -1;

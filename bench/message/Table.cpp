@@ -1,20 +1,11 @@
 #include "Table.h"
 
-#include <algorithm>
 #include <cstdio>
-#include <iterator>
 
 #include "Statistics.h"
 
 namespace bench {
 namespace {
-
-Statistics summarise(const std::vector<Measurement>& measurements, double Measurement::*value) {
-    std::vector<double> values;
-    std::transform(measurements.begin(), measurements.end(), std::back_inserter(values),
-                   [value](const Measurement& measurement) { return measurement.*value; });
-    return bench::summarise(values);
-}
 
 void printProgram(const char* pair, const char* program, const Pair& form, const std::vector<Measurement>& runs) {
     const Statistics rate = summarise(runs, &Measurement::rate);

@@ -4,7 +4,7 @@
 
 #include "Options.h"
 #include "Process.h"
-#include "Watch.h"
+#include "Supervisor.h"
 
 namespace bench {
 
@@ -19,25 +19,18 @@ struct Measurement {
 class Runner {
   public:
     /// Both must outlive this object.
-    Runner(const Options& options, const Watch& watch) : m_options(options), m_watch(watch) {}
+    Runner(const Options& options, Supervisor& supervisor) : m_options(options), m_supervisor(supervisor) {}
 
     /// The message test between a service process and a shell process, in a runtime directory of their own.
     std::optional<Measurement> runZidbench(const Pair& pair);
     std::optional<Measurement> runPlainExchange(const Pair& pair);
 
-    /// Whether a signal has asked for the end, so that further runs would fail too.
-    bool isInterrupted() const { return m_interrupted; }
-
   private:
-    // These return true on failure, which they have told.
+    // Returns true on failure, which it has told.
     bool test(const Pair& pair, Process& service, Process& client);
-    bool keepRunning(Process& service, Process& client, Watch::Clock::time_point deadline);
-    bool waitForEnd(const Process& process, Process* companion, Watch::Clock::time_point deadline);
-    bool interrupt();
 
     const Options& m_options;
-    const Watch& m_watch;
-    bool m_interrupted = false;
+    Supervisor& m_supervisor;
 };
 
 }  // namespace bench

@@ -6,6 +6,7 @@
 
 #include "Options.h"
 #include "Runner.h"
+#include "Supervisor.h"
 #include "Table.h"
 #include "Watch.h"
 
@@ -30,12 +31,13 @@ bool measure(bench::Runner& runner, const bench::Pair& pair, std::uint32_t runs)
 
 bool measureAll(const bench::Options& options) {
     const bench::Watch watch;
-    bench::Runner runner(options, watch);
+    bench::Supervisor supervisor(watch);
+    bench::Runner runner(options, supervisor);
     bool failed = false;
     bench::printHeader();
     for (const bench::Pair& pair : options.pairs) {
         failed |= measure(runner, pair, options.runs);
-        if (runner.isInterrupted()) break;
+        if (supervisor.isInterrupted()) break;
     }
     return failed;
 }
