@@ -40,6 +40,20 @@ unsigned long long numberBehind(const std::string& content, const std::string& l
     return number;
 }
 
+// How often its threads have gone to sleep, and the processor's time that they took; the same text as long as nothing
+// ran.
+std::string activityOf(pid_t process) {
+    std::string activity;
+    std::error_code error;
+    for (const auto& thread : std::filesystem::directory_iterator(folderOf(process) / "task", error)) {
+        const std::vector<std::string> fields = fieldsOf(thread.path());
+        activity += thread.path().filename().string() + ": " + fields[11] + ' ' + fields[12] + ' ' +
+                    std::to_string(numberBehind(contentOf(thread.path() / "status"), "\nvoluntary_ctxt_switches:")) +
+                    '\n';
+    }
+    return activity;
+}
+
 }  // namespace
 
 std::size_t childrenOf(pid_t process) {
@@ -52,16 +66,16 @@ std::size_t childrenOf(pid_t process) {
     return children;
 }
 
-std::string activityOf(pid_t process) {
-    std::string activity;
-    std::error_code error;
-    for (const auto& thread : std::filesystem::directory_iterator(folderOf(process) / "task", error)) {
-        const std::vector<std::string> fields = fieldsOf(thread.path());
-        activity += thread.path().filename().string() + ": " + fields[11] + ' ' + fields[12] + ' ' +
-                    std::to_string(numberBehind(contentOf(thread.path() / "status"), "\nvoluntary_ctxt_switches:")) +
-                    '\n';
+testing::AssertionResult comesToRest(pid_t process) {
+    std::string before;
+    std::string after;
+    for (int attempt = 0; attempt < 5; ++attempt) {
+        before = activityOf(process);
+        std::this_thread::sleep_for(std::chrono::seconds(2));
+        after = activityOf(process);
+        if (!before.empty() && before == after) return testing::AssertionSuccess();
     }
-    return activity;
+    return testing::AssertionFailure() << "thread: user time, system time, sleeps\n" << before << "became\n" << after;
 }
 
 unsigned long long figureOf(pid_t process, const std::string& name) {

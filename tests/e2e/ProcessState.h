@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -10,9 +11,8 @@
 /// The children, those included that have ended and that nobody has waited for.
 std::size_t childrenOf(pid_t process);
 
-/// How often its threads have gone to sleep, and the processor's time that they took; the same text as long as nothing
-/// ran.
-std::string activityOf(pid_t process);
+/// Whether it comes to rest: nothing of it runs for two seconds.
+testing::AssertionResult comesToRest(pid_t process);
 
 /// A figure of /proc/PID/status in its unit, such as VmRSS in KiB.
 unsigned long long figureOf(pid_t process, const std::string& name);

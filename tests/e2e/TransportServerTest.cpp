@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "PlainFile.h"
+#include "ProcessState.h"
 #include "ServedTest.h"
 
 namespace {
@@ -54,6 +55,14 @@ TEST_F(TransportServerTest, UnmountsAndEndsUnderLoad) {
         shell.write("stopZID");
         leave(shell);
     }
+}
+
+TEST_F(TransportServerTest, RestsWhileItsClientsWait) {
+    const TransportServer server(mountPoint(), Patient);
+    expectService();
+    Program waiting({readingEnd()}, Program::Output::Piped, "/bin/cat");
+    if (isSanitized(server.id())) GTEST_SKIP() << "the sanitizers' own threads would be seen";
+    EXPECT_TRUE(comesToRest(server.id()));
 }
 
 TEST_F(TransportServerTest, MakesAndRemovesItsMountPoint) {
