@@ -5,8 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 
 #include "ShellTestService.h"
 
@@ -32,9 +34,12 @@ class CommandShellTerminalTest : public testing::Test {
         const winsize size{24, 80, 0, 0};
         m_child = ::forkpty(&m_terminal, nullptr, nullptr, &size);
         if (m_child == 0) runShell();
+        m_error = errno;
         // As long as it is open here, the terminal's state can be asked for after the shell has ended.
         m_otherEnd = ::open(::ptsname(m_terminal), O_RDWR | O_NOCTTY | O_CLOEXEC);
     }
+
+    void SetUp() override { ASSERT_GT(m_child, 0) << "no terminal: " << std::strerror(m_error); }
 
     ~CommandShellTerminalTest() override {
         if (m_child > 0) {
@@ -82,6 +87,7 @@ class CommandShellTerminalTest : public testing::Test {
     int m_terminal = -1;
     int m_otherEnd = -1;
     pid_t m_child = -1;
+    int m_error = 0;
     ipl::string m_shown;
 };
 
