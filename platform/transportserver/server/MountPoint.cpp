@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "MountTable.h"
+#include "Mount.h"
 
 namespace transport {
 namespace {

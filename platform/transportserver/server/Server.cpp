@@ -8,7 +8,7 @@
 #include <csignal>
 #include <cstring>
 
-#include "MountTable.h"
+#include "Mount.h"
 #include "Receiver.h"
 #include "StandardErrorCapture.h"
 

@@ -1,4 +1,4 @@
-#include "MountTable.h"
+#include "Mount.h"
 
 #include <unistd.h>
 
