@@ -56,8 +56,7 @@ int main(int argc, char** argv) {
     const osal::Osal osal(true, false);
     const util::Util util(options.procname(), true, true, true, true);
     if (ipl::ErrorStorage::isError(true)) {
-        const char* reason = ipl::ErrorStorage::reason();
-        cout << (reason == nullptr ? "" : reason) << endl;
+        cout << ipl::ErrorStorage::reasonText() << endl;
         options.printUsage();
         ipl::ErrorStorage::ack();
         return Failure;

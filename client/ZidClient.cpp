@@ -15,11 +15,6 @@ namespace {
 
 constexpr std::uint16_t DefaultTimeout = 10000;
 
-const char* reason() {
-    const char* text = ipl::ErrorStorage::reason();
-    return text == nullptr ? "" : text;
-}
-
 }  // namespace
 
 ZidClient::ZidClient(std::uint16_t instance, std::uint32_t payload, std::uint16_t delay, std::uint16_t burst,
@@ -44,7 +39,8 @@ void ZidClient::startSender() {
     if (!osal::MutexOps::init(m_mutex, false, false, false) && !osal::ConditionOps::init(m_cond, false) &&
         !m_thread.start())
         return;
-    cerr << "ZidClient(" << m_instance << ")  ERROR: starting the sender thread, reason= " << reason() << endl;
+    cerr << "ZidClient(" << m_instance
+         << ")  ERROR: starting the sender thread, reason= " << ipl::ErrorStorage::reasonText() << endl;
     osal::Osal::endProcess(1);
 }
 
@@ -52,7 +48,8 @@ void ZidClient::registerReplyService() {
     const std::uint32_t replyInstance = ISRMExchange::replyInstanceOf(m_instance);
     std::printf("starting service with instance %d\n", static_cast<int>(replyInstance));
     if (!registerSelf(replyInstance)) return;
-    cerr << "ZidClient(" << m_instance << ")  ERROR: registering service, reason= " << reason() << endl;
+    cerr << "ZidClient(" << m_instance << ")  ERROR: registering service, reason= " << ipl::ErrorStorage::reasonText()
+         << endl;
     osal::Osal::endProcess(1);
 }
 
@@ -64,12 +61,12 @@ void ZidClient::connectProxy() {
     }
     std::printf("proxy connect with instance %d\n", m_instance);
     if (proxy->connect()) {
-        cerr << "ZidClient: Error on m_proxy->connect(), reason= " << reason() << endl;
+        cerr << "ZidClient: Error on m_proxy->connect(), reason= " << ipl::ErrorStorage::reasonText() << endl;
         osal::Osal::endProcess(1);
     }
     cout << "ZidClient - waiting for service ... " << endl;
     if (proxy->waitUntilAlive()) {
-        cerr << "ZidClientt: Error on m_proxy->waitUntiAlive(), reason= " << reason() << endl;
+        cerr << "ZidClientt: Error on m_proxy->waitUntiAlive(), reason= " << ipl::ErrorStorage::reasonText() << endl;
         osal::Osal::endProcess(1);
     }
     cout << ".. connected." << endl;

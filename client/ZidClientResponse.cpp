@@ -67,8 +67,7 @@ bool ZidClient::signalResponse() {
     if (const int unlockError = pthread_mutex_unlock(&m_mutex)) osal::MutexOps::handleUnlockError(unlockError);
     if (!failed) return true;
 
-    const char* reason = ipl::ErrorStorage::reason();
-    cout << "Consumer error signaling condition: " << (reason == nullptr ? "" : reason) << endl;
+    cout << "Consumer error signaling condition: " << ipl::ErrorStorage::reasonText() << endl;
     ipl::ErrorStorage::ack();
     return false;
 }

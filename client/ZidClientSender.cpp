@@ -29,8 +29,7 @@ bool ZidClient::waitForResponse() {
     if (const int error = pthread_mutex_unlock(&m_mutex)) osal::MutexOps::handleUnlockError(error);
 
     if (wait == Wait::Failed) {
-        const char* reason = ipl::ErrorStorage::reason();
-        cout << "Producer error waiting on condition: " << (reason == nullptr ? "" : reason) << endl;
+        cout << "Producer error waiting on condition: " << ipl::ErrorStorage::reasonText() << endl;
         ipl::ErrorStorage::ack();
         return false;
     }

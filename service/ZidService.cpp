@@ -12,19 +12,11 @@ using ipl::cerr;
 using ipl::cout;
 using ipl::endl;
 
-namespace {
-
-const char* reason() {
-    const char* text = ipl::ErrorStorage::reason();
-    return text == nullptr ? "" : text;
-}
-
-}  // namespace
-
 ZidService::ZidService(std::uint16_t instance) : m_instance(instance) {
     std::printf("starting service with instance %d\n", m_instance);
     if (!registerSelf(m_instance)) return;
-    cerr << "ZidService(" << m_instance << ")  ERROR: registering service, reason= " << reason() << endl;
+    cerr << "ZidService(" << m_instance << ")  ERROR: registering service, reason= " << ipl::ErrorStorage::reasonText()
+         << endl;
     osal::Osal::endProcess(1);
 }
 
@@ -43,7 +35,7 @@ void ZidService::clientConnected() {
     }
     m_proxy = std::make_unique<ISRMExchangeProxy>(replyInstance);
     if (!m_proxy->connect()) return;
-    cerr << "ZidService: Error on m_proxy->connect(), reason= " << reason() << endl;
+    cerr << "ZidService: Error on m_proxy->connect(), reason= " << ipl::ErrorStorage::reasonText() << endl;
     osal::Osal::endProcess(1);
 }
 

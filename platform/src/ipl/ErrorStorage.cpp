@@ -70,6 +70,11 @@ const char* ErrorStorage::reason() {
     return own == all.pending.end() ? nullptr : (*own)->record.reason.c_str();
 }
 
+string ErrorStorage::reasonText() {
+    const char* text = reason();
+    return text == nullptr ? "" : text;
+}
+
 void ErrorStorage::ack() {
     if (!std::exchange(mayBePending, false)) return;
     Errors& all = errors();

@@ -30,6 +30,9 @@ class ErrorStorage {
     /// The text of the calling thread's pending error, or null. It is good until this thread's next error or `ack()`.
     static const char* reason();
 
+    /// The same as a text of the caller's own, empty when no error is pending.
+    static string reasonText();
+
     /// Removes the calling thread's pending error, if there is one.
     static void ack();
 

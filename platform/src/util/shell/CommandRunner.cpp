@@ -132,8 +132,7 @@ ipl::vector<ipl::string> CommandRunner::startFirst(unsigned short id) {
     ipl::vector<ipl::string> failures;
     Jobs& queue = m_queues[id];
     while (!queue.empty() && queue.front()->start()) {
-        const char* reason = ipl::ErrorStorage::reason();
-        failures.push_back(queue.front()->invocation().text + " is not run: " + (reason == nullptr ? "" : reason));
+        failures.push_back(queue.front()->invocation().text + " is not run: " + ipl::ErrorStorage::reasonText());
         ipl::ErrorStorage::ack();
         queue.pop_front();
     }
