@@ -17,7 +17,7 @@ void Channel::removeWriter() {
     Answers answers;
     {
         const std::lock_guard lock(m_mutex);
-        if (--m_writers == 0) endWaitingReads(answers);
+        if (--m_writers == 0) answerWaitingReads(0, answers);
     }
     deliver(std::move(answers));
 }
@@ -123,9 +123,8 @@ void Channel::abort(int error) {
     Answers answers;
     {
         const std::lock_guard lock(m_mutex);
-        for (WaitingRead& read : m_reads) answers.push_back({std::move(read.request), error, {}});
+        answerWaitingReads(error, answers);
         for (WaitingWrite& write : m_writes) answers.push_back({std::move(write.request), error, {}});
-        m_reads.clear();
         m_writes.clear();
     }
     deliver(std::move(answers));
@@ -163,8 +162,8 @@ void Channel::enterWaiting(Answers& answers) {
     }
 }
 
-void Channel::endWaitingReads(Answers& answers) {
-    for (WaitingRead& read : m_reads) answers.push_back({std::move(read.request), 0, {}});
+void Channel::answerWaitingReads(int error, Answers& answers) {
+    for (WaitingRead& read : m_reads) answers.push_back({std::move(read.request), error, {}});
     m_reads.clear();
 }
 

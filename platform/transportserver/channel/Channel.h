@@ -96,7 +96,7 @@ class Channel {
     bool fits(std::size_t size) const;
     void enter(Slice bytes, Answers& answers);
     void enterWaiting(Answers& answers);
-    void endWaitingReads(Answers& answers);
+    void answerWaitingReads(int error, Answers& answers);
     static Slice copyOf(const Slice& bytes);
     static void deliver(Answers answers);
     std::optional<TimePoint> nextDeadline() const;

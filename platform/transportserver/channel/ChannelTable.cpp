@@ -1,7 +1,5 @@
 #include "ChannelTable.h"
 
-#include <algorithm>
-
 namespace transport {
 
 ChannelTable::ChannelTable(const Channel::Limits& limits) : m_limits(limits) {

@@ -25,9 +25,8 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     bool send(const Message& message) override;
     void close() override;
 
-    /// For the transport's thread: a registration has appeared under this file name, or any if it is
-    /// empty; the link's socket is ready for these
-    /// `EPOLL...` events.
+    /// For the transport's thread: a registration has appeared under this file name, or any if it is empty; the link's
+    /// socket is ready for these `EPOLL...` events.
     void appeared(const ipl::string& fileName);
     void ready(std::uint32_t events);
 
