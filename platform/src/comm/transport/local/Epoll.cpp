@@ -22,14 +22,19 @@ bool Epoll::set(int fd, std::uint64_t number, std::uint32_t events) {
     return ::epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, fd, &event) != 0 && failed("epoll_ctl", __FILE__, __LINE__);
 }
 
+void Epoll::remove(int fd) {
+    // Fails only for what is not watched.
+    (void)::epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, fd, nullptr);
+}
+
 void Epoll::wakeUp() {
     // Fails only when the counter is full, and then the wake-up is there already.
     (void)::eventfd_write(m_wakeUp.get(), 1);
 }
 
-std::span<const epoll_event> Epoll::wait() {
+std::span<const epoll_event> Epoll::wait(int milliseconds) {
     int count = 0;
-    do count = ::epoll_wait(m_epoll.get(), m_events.data(), static_cast<int>(m_events.size()), -1);
+    do count = ::epoll_wait(m_epoll.get(), m_events.data(), static_cast<int>(m_events.size()), milliseconds);
     while (count < 0 && errno == EINTR);
     return {m_events.data(), static_cast<std::size_t>(count < 0 ? 0 : count)};
 }

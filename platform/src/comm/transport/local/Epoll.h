@@ -23,11 +23,17 @@ class Epoll {
     /// Any thread. True on failure, with the reason in the error storage.
     bool set(int fd, std::uint64_t number, std::uint32_t events);
 
+    /// Watches a descriptor no more; needed only where another process keeps what it stands for open. Any thread.
+    void remove(int fd);
+
     /// Makes this and every later `wait` return at once, with the wake-up among its events. Any thread.
     void wakeUp();
 
-    /// Blocks until something happens. What it gives is good until the next call. One thread at a time.
-    std::span<const epoll_event> wait();
+    static constexpr int NoLimit = -1;
+
+    /// Blocks until something happens or that many milliseconds have passed. What it gives is good until the next call.
+    /// One thread at a time.
+    std::span<const epoll_event> wait(int milliseconds = NoLimit);
 
   private:
     FileDescriptor m_epoll;

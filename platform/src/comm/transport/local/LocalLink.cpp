@@ -1,9 +1,11 @@
 #include "LocalLink.h"
 
 #include <fcntl.h>
-#include <sys/epoll.h>
 #include <sys/socket.h>
 
+#include <array>
+
+#include "Greeting.h"
 #include "LocalTransport.h"
 #include "Peer.h"
 #include "SystemError.h"
@@ -13,26 +15,9 @@
 namespace comm::transport {
 namespace {
 
-// The system caps it at what an unprivileged process may have. Below 300 KB a long message is handed over in so many
-// steps that it takes three times as long.
-constexpr int SendBuffer = 1 << 20;
-
-// How long a sender lends its thread to a receiver that takes nothing. A receiver that is at work takes something every
-// few microseconds, and its sender then needs no copy of the message; one that is stopped costs this once.
-constexpr timeval Patience{0, 4000};
-
-std::span<const std::uint8_t> bodyOf(const Message& message) {
-    if (!message.data) return {};
-    return {message.data->data, message.data->size};
-}
-
-FrameHeader headerOf(const Message& message) {
-    return {message.data ? message.data->size : 0, message.data ? FrameHeader::CallWithArray : FrameHeader::Call,
-            message.handleSize};
-}
+constexpr const char* ImpossiblePosition = "it claims an impossible position";
 
 }  // namespace
-
 LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs& identity, LinkEvents& events)
     : m_transport(transport), m_identity(identity), m_number(transport.nextNumber()), m_events(&events) {}
 
@@ -61,9 +46,10 @@ bool LocalLink::look() {
     m_stamp = currentStamp();
     bool absent = false;
     FileDescriptor socket;
+    std::optional<RingWriter> ring;
     if (connectSocket(absent, socket)) return true;
-    if (!absent) use(std::move(socket));
-    return false;
+    if (absent || greet(socket.get(), absent, ring)) return !absent;
+    return use(std::move(socket), std::move(ring));
 }
 
 LocalLink::Stamp LocalLink::currentStamp() const {
@@ -85,82 +71,90 @@ bool LocalLink::connectSocket(bool& absent, FileDescriptor& socket) const {
     ipl::string peer;
     if (isForeign(socket.get(), peer))
         return error::record(Error::Transport, path + " is served by " + peer, __FILE__, __LINE__);
-    // From here on a send may wait, but no longer than the patience.
-    if (::fcntl(socket.get(), F_SETFL, 0) != 0 ||
-        ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDBUF, &SendBuffer, sizeof SendBuffer) != 0 ||
-        ::setsockopt(socket.get(), SOL_SOCKET, SO_SNDTIMEO, &Patience, sizeof Patience) != 0)
-        return failed("set up the connection to " + path, __FILE__, __LINE__);
     return false;
 }
 
-// The greeting waits in the outbox while the user is told, so that a message sent meanwhile comes behind it.
-void LocalLink::use(FileDescriptor socket) {
-    const int fd = socket.get();
+// Makes a ring and hands its other end over. True on failure, or with `absent` if the registration has gone meanwhile.
+bool LocalLink::greet(int socket, bool& absent, std::optional<RingWriter>& ring) {
+    FileDescriptor file;
+    RingMemory memory;
+    Doorbell doorbell;
+    if (memory.create(file) || doorbell.create()) return true;
+    const int doorbellFd = doorbell.fd();
+    ring.emplace(std::move(memory), std::move(doorbell));
+    if (ring->prepare())
+        return error::record(Error::Transport, "no memory for a connection to " + m_identity.display, __FILE__,
+                             __LINE__);
+    if (!Greeting::send(socket, GreetingBody(m_identity), file.get(), doorbellFd)) return false;
+    absent = errno == EPIPE || errno == ECONNRESET;
+    return absent || failed("greet " + m_identity.display, __FILE__, __LINE__);
+}
+
+// Begins to use a connection: what is sent while the user is told is on its way. True if it is of no use, as nobody
+// would see its end.
+bool LocalLink::use(FileDescriptor socket, std::optional<RingWriter> ring) {
     {
-        const GreetingBody greeting(m_identity);
         const std::scoped_lock lock(m_mutex);
         m_socket = std::move(socket);
-        m_outbox.append({sizeof greeting, FrameHeader::Greeting, 0},
-                        {reinterpret_cast<const std::uint8_t*>(&greeting), sizeof greeting}, 0);
+        m_ring = std::move(ring);
+        if (m_transport.watch(m_socket.get(), m_number)) {
+            drop();
+            return true;
+        }
         m_up = true;
     }
     m_events->up();
-    // Also when the user has closed the link inside the event: what was sent still has to leave.
-    if (begin(fd) && m_events != nullptr) m_events->down();
-}
-
-// Sends the greeting and whatever came behind it; true if the connection is of no use, as nobody would see its end.
-bool LocalLink::begin(int fd) {
-    const std::scoped_lock lock(m_mutex);
-    if (m_transport.watch(fd, m_number, false)) {
-        drop();
-        return true;
-    }
-    flush();
     return false;
 }
 
 bool LocalLink::send(const Message& message) {
-    const std::span<const std::uint8_t> body = bodyOf(message);
-    if (body.size() > MaxArray)
-        return error::record(Error::MessageTooLong, std::to_string(body.size()) + " bytes to " + m_identity.display,
+    Outgoing call(message);
+    if (call.length > MaxArray)
+        return error::record(Error::MessageTooLong, std::to_string(call.length) + " bytes to " + m_identity.display,
                              __FILE__, __LINE__);
     const std::scoped_lock lock(m_mutex);
     if (!m_up) return notAlive();
-    if (!m_outbox.empty()) return m_outbox.append(headerOf(message), body, 0) || m_outbox.full() ? overflow() : false;
-    switch (m_outbox.send(m_socket.get(), headerOf(message), body)) {
-        case Outbox::Result::Done:
-            return false;
-        case Outbox::Result::Later:
-            return m_transport.watch(m_socket.get(), m_number, true);
-        case Outbox::Result::Lost:
-            break;
-    }
-    m_up = false;  // the transport's thread sees the connection's end and tells it
+    if (!m_outbox.empty()) return keep(call);
+    const RingWriter::Result result = m_ring->write(call);
+    if (m_ring->wantsTidying()) m_transport.tidyLater();
+    if (result == RingWriter::Result::Done) return false;
+    if (result == RingWriter::Result::Full) return keep(call);
+    spoiled(ImpossiblePosition);
     return notAlive();
 }
 
-bool LocalLink::notAlive() const {
-    return error::record(Error::NotAlive, m_identity.display, __FILE__, __LINE__);
-}
-
-// The mutex is held.
-bool LocalLink::overflow() {
-    m_outbox.clear();
-    m_up = false;
-    ::shutdown(m_socket.get(), SHUT_RDWR);
+// Keeps a call until there is room for it; true if it cannot be kept. The mutex is held.
+bool LocalLink::keep(const Outgoing& call) {
+    if (!m_outbox.append(call) && !m_outbox.full()) return false;
+    giveUp();
     return error::record(Error::Transport,
                          m_identity.display + " takes nothing and more waits for it than can be kept (" +
                              std::to_string(Outbox::Limit >> 20) + " MiB); the connection is closed",
                          __FILE__, __LINE__);
 }
 
-void LocalLink::ready(std::uint32_t events) {
-    if ((events & ~static_cast<std::uint32_t>(EPOLLOUT)) == 0) {
-        const std::scoped_lock lock(m_mutex);
-        flush();
-        return;
+// The other side does what makes no sense. The mutex is held.
+void LocalLink::spoiled(const char* fault) {
+    if (m_up || !m_outbox.empty()) {
+        const ipl::string text = "connection to " + m_identity.display + " ended: " + fault;
+        ipl::GlobalErrorHandler::doWarning(text.c_str(), "spoiled", "comm/transport/local/LocalLink");
     }
+    giveUp();
+}
+
+// The transport's thread sees the connection's end and tells it. The mutex is held.
+void LocalLink::giveUp() {
+    m_outbox.clear();
+    m_up = false;
+    ::shutdown(m_socket.get(), SHUT_RDWR);
+}
+
+bool LocalLink::notAlive() const {
+    return error::record(Error::NotAlive, m_identity.display, __FILE__, __LINE__);
+}
+
+void LocalLink::ready() {
+    if (!hasEnded()) return;
     const std::scoped_lock telling(m_telling);
     if (!lose() || m_events == nullptr) return;
     m_events->down();
@@ -169,23 +163,41 @@ void LocalLink::ready(std::uint32_t events) {
     if (m_events != nullptr && !(currentStamp() == m_stamp)) appeared(m_identity.fileName);
 }
 
-// Sends what waits, as far as the socket takes it. The mutex is held.
-void LocalLink::flush() {
-    if (!m_socket || m_outbox.empty()) return;
-    switch (m_outbox.flush(m_socket.get())) {
-        case Outbox::Result::Later:
-            (void)m_transport.watch(m_socket.get(), m_number, true);
-            return;
-        case Outbox::Result::Lost:
-            ::shutdown(m_socket.get(), SHUT_RDWR);
-            return;
-        case Outbox::Result::Done:
-            break;
-    }
-    if (m_closed)
-        drop();
+// Reads the socket; what comes are bytes that tell of room, and then the end.
+bool LocalLink::hasEnded() {
+    const std::scoped_lock lock(m_mutex);
+    if (!m_socket) return false;
+    std::array<char, 64> bytes{};
+    const ssize_t count = ::recv(m_socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
+    if (count <= 0) return count == 0 || (errno != EAGAIN && errno != EINTR);
+    if (m_ring->takeAnswers(static_cast<std::size_t>(count)))
+        spoiled("it sent something that is no message");
     else
-        (void)m_transport.watch(m_socket.get(), m_number, false);
+        flush();
+    return false;
+}
+
+// Writes what waits, as far as there is room. The mutex is held.
+void LocalLink::flush() {
+    if (m_outbox.empty()) return;
+    switch (m_outbox.flush(*m_ring)) {
+        case RingWriter::Result::Done:
+            if (m_closed) drop();
+            return;
+        case RingWriter::Result::Full:
+            return;
+        case RingWriter::Result::Broken:
+            spoiled(ImpossiblePosition);
+            return;
+    }
+}
+
+bool LocalLink::tidy() {
+    const std::scoped_lock lock(m_mutex);
+    if (!m_ring) return false;
+    m_ring->tidy();
+    flush();
+    return m_ring && m_ring->wantsTidying();
 }
 
 // Gives the connection up; false if there was none.
@@ -199,6 +211,7 @@ bool LocalLink::lose() {
 void LocalLink::drop() {
     m_up = false;
     m_outbox.clear();
+    m_ring.reset();
     m_socket.reset();
     if (m_closed) m_transport.remove(m_number);
 }

@@ -5,11 +5,13 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "../Transport.h"
 #include "FileDescriptor.h"
 #include "Identity.h"
 #include "Outbox.h"
+#include "RingWriter.h"
 
 namespace comm::transport {
 
@@ -26,9 +28,12 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     void close() override;
 
     /// For the transport's thread: a registration has appeared under this file name, or any if it is empty; the link's
-    /// socket is ready for these `EPOLL...` events.
+    /// socket has something to tell.
     void appeared(const ipl::string& fileName);
-    void ready(std::uint32_t events);
+    void ready();
+    /// Gives memory back that was not needed since the last call, and tries again what found none. True if there will be
+    /// something of the kind to do later.
+    bool tidy();
 
     /// The link's number among the transport's.
     std::uint64_t number() const { return m_number; }
@@ -46,12 +51,15 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     bool look();
     Stamp currentStamp() const;
     bool connectSocket(bool& absent, FileDescriptor& socket) const;
-    void use(FileDescriptor socket);
-    bool begin(int fd);
+    bool greet(int socket, bool& absent, std::optional<RingWriter>& ring);
+    bool use(FileDescriptor socket, std::optional<RingWriter> ring);
+    bool hasEnded();
     bool lose();
     void flush();
     void drop();
-    bool overflow();
+    bool keep(const Outgoing& call);
+    void spoiled(const char* fault);
+    void giveUp();
     bool notAlive() const;
 
     LocalTransport& m_transport;
@@ -65,9 +73,10 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     LinkEvents* m_events;
     Stamp m_stamp;
 
-    // Guards what follows: the socket and what waits for it. Held while a message is handed over.
+    // Guards what follows: the connection and what waits for it. Held while a message is handed over.
     std::mutex m_mutex;
     FileDescriptor m_socket;
+    std::optional<RingWriter> m_ring;  // as long as there is a socket
     Outbox m_outbox;
     bool m_up = false;
 };

@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 
+#include <algorithm>
+
 #include "Peer.h"
 #include "SystemError.h"
 #include "ipl/GlobalErrorHandler.h"
@@ -71,32 +73,73 @@ void LocalListener::close() {
 void LocalListener::run(util::Thread const* const /*thread*/) {
     const std::shared_ptr<LocalListener> self = std::move(m_self);
     dispatching = this;
-    while (!serve(m_epoll.wait())) {
+    while (!m_closing) {
+        const bool more = readRings();
+        const std::span<const epoll_event> ready = m_epoll.wait(more ? 0 : Epoll::NoLimit);
+        if (!more) wakeUp();
+        serve(ready);
     }
     m_connections.clear();
     m_socket.reset();
     m_events.reset();
 }
 
-// Connections come before newcomers: a client that went away is seen off before its successor is let in.
-bool LocalListener::serve(std::span<const epoll_event> ready) {
-    bool newcomers = false;
-    for (const epoll_event& event : ready) {
-        if (m_closing) return true;
-        if (event.data.u64 == NewConnection)
-            newcomers = true;
-        else if (event.data.u64 != Epoll::WakeUp)
-            serveConnection(event);
-    }
-    if (newcomers && !m_closing) accept();
-    return m_closing;
+// Delivers what there is, and announces to sleep when there is no more; false then.
+bool LocalListener::readRings() {
+    for (int round = 0; round < BusyRounds && !m_closing; ++round)
+        if (!readEachRing() && !m_wait.wait([this] { return anythingToRead(); })) return !fallAsleep();
+    return true;
 }
 
-void LocalListener::serveConnection(const epoll_event& event) {
-    const std::uint64_t number = event.data.u64;  // the event is packed, so nothing may refer into it
+bool LocalListener::readEachRing() {
+    bool any = false;
+    for (auto at = m_connections.begin(); at != m_connections.end() && !m_closing;) {
+        const Connection::Result result = at->second->readRing();
+        any = any || result != Connection::Result::Nothing;
+        at = result == Connection::Result::Over ? drop(at) : std::next(at);
+    }
+    return any;
+}
+
+bool LocalListener::anythingToRead() const {
+    return m_closing || std::any_of(m_connections.begin(), m_connections.end(),
+                                    [](const auto& entry) { return entry.second->hasSomething(); });
+}
+
+bool LocalListener::fallAsleep() {
+    const bool nothing = std::all_of(m_connections.begin(), m_connections.end(),
+                                     [](const auto& entry) { return entry.second->fallAsleep(); });
+    if (!nothing) wakeUp();
+    return nothing;
+}
+
+void LocalListener::wakeUp() {
+    m_wait.ended();
+    for (const auto& [number, connection] : m_connections) connection->wakeUp();
+}
+
+// Connections come before newcomers: a client that went away is seen off before its successor is let in.
+void LocalListener::serve(std::span<const epoll_event> ready) {
+    bool newcomers = false;
+    for (const epoll_event& event : ready) {
+        if (m_closing) return;
+        if (event.data.u64 == NewConnection)
+            newcomers = true;
+        else if (event.data.u64 > DoorbellRang)
+            serveConnection(event.data.u64);
+    }
+    if (newcomers && !m_closing) accept();
+}
+
+void LocalListener::serveConnection(std::uint64_t number) {
     const auto found = m_connections.find(number);
-    if (found != m_connections.end() && found->second->process((event.events & (EPOLLHUP | EPOLLERR)) != 0))
-        m_connections.erase(found);
+    if (found != m_connections.end() && found->second->readSocket(m_epoll, DoorbellRang) == Connection::Result::Over)
+        drop(found);
+}
+
+LocalListener::Connections::iterator LocalListener::drop(Connections::iterator connection) {
+    connection->second->forgetDoorbell(m_epoll);
+    return m_connections.erase(connection);
 }
 
 void LocalListener::accept() {

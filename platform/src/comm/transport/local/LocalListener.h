@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "../Transport.h"
+#include "BriefWait.h"
 #include "Connection.h"
 #include "Epoll.h"
 #include "InstanceLock.h"
@@ -33,11 +34,22 @@ class LocalListener final : public Listener,
 
   private:
     static constexpr std::uint64_t NewConnection = 1;
+    static constexpr std::uint64_t DoorbellRang = 2;
+    // How many rounds of reading there are at most before the sockets are looked at.
+    static constexpr int BusyRounds = 64;
+
+    using Connections = std::map<std::uint64_t, std::unique_ptr<Connection>>;
 
     bool createSocket();
     void run(util::Thread const* thread) override;
-    bool serve(std::span<const epoll_event> ready);
-    void serveConnection(const epoll_event& event);
+    bool readRings();
+    bool readEachRing();
+    bool anythingToRead() const;
+    bool fallAsleep();
+    void wakeUp();
+    void serve(std::span<const epoll_event> ready);
+    void serveConnection(std::uint64_t number);
+    Connections::iterator drop(Connections::iterator connection);
     void accept();
     void dropOne();
     void admit(FileDescriptor socket);
@@ -54,8 +66,9 @@ class LocalListener final : public Listener,
 
     // The dispatch thread's own.
     std::shared_ptr<ListenerEvents> m_events;
-    std::map<std::uint64_t, std::unique_ptr<Connection>> m_connections;
-    std::uint64_t m_nextConnection = NewConnection + 1;
+    Connections m_connections;
+    BriefWait m_wait;
+    std::uint64_t m_nextConnection = DoorbellRang + 1;
     // Given up for a moment when descriptors run out, to take a connection and refuse it: it would stay ready for ever.
     FileDescriptor m_reserve;
 };

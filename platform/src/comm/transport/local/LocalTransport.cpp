@@ -32,7 +32,9 @@ LocalTransport::~LocalTransport() = default;
 
 bool LocalTransport::start() {
     raiseDescriptorLimit();
-    if (m_directory.open() || m_epoll.open() || watchDirectory()) return true;
+    if (m_directory.open() || m_epoll.open() || watchDirectory() || m_tidyBell.create() ||
+        m_epoll.set(m_tidyBell.fd(), SomethingToTidy, EPOLLIN | static_cast<std::uint32_t>(EPOLLET)))
+        return true;
     m_running = true;
     return m_thread.start();
 }
@@ -91,21 +93,28 @@ void LocalTransport::remove(std::uint64_t number) {
     m_links.erase(found);
 }
 
-bool LocalTransport::watch(int fd, std::uint64_t number, bool forRoom) {
-    const std::uint32_t events = EPOLLIN | EPOLLRDHUP | (forRoom ? static_cast<std::uint32_t>(EPOLLOUT) : 0U);
-    return m_epoll.set(fd, number, events);
+bool LocalTransport::watch(int fd, std::uint64_t number) {
+    return m_epoll.set(fd, number, EPOLLIN);
 }
 
 void LocalTransport::run(util::Thread const* const /*thread*/) {
     for (;;) {
-        for (const epoll_event& event : m_epoll.wait()) {
+        const std::span<const epoll_event> events = m_epoll.wait(m_tidying ? TidyAfter : Epoll::NoLimit);
+        if (events.empty()) tidy();
+        for (const epoll_event& event : events) {
             if (event.data.u64 == Epoll::WakeUp) return;
             if (event.data.u64 == DirectoryChanged)
                 readDirectoryChanges();
             else if (const std::shared_ptr<LocalLink> link = find(event.data.u64))
-                link->ready(event.events);
+                link->ready();
         }
     }
+}
+
+void LocalTransport::tidy() {
+    m_tidying = false;
+    for (const auto& link : links())
+        if (link->tidy()) m_tidying = true;
 }
 
 void LocalTransport::readDirectoryChanges() {
@@ -120,12 +129,14 @@ void LocalTransport::readDirectoryChanges() {
 }
 
 void LocalTransport::tellAppeared(const ipl::string& fileName) {
+    for (const auto& link : links()) link->appeared(fileName);
+}
+
+ipl::vector<std::shared_ptr<LocalLink>> LocalTransport::links() {
     ipl::vector<std::shared_ptr<LocalLink>> links;
-    {
-        const std::scoped_lock lock(m_mutex);
-        for (const auto& [number, link] : m_links) links.push_back(link);
-    }
-    for (const auto& link : links) link->appeared(fileName);
+    const std::scoped_lock lock(m_mutex);
+    for (const auto& [number, link] : m_links) links.push_back(link);
+    return links;
 }
 
 std::shared_ptr<LocalLink> LocalTransport::find(std::uint64_t number) {

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "../Transport.h"
+#include "Doorbell.h"
 #include "Epoll.h"
 #include "RuntimeDirectory.h"
 #include "ipl/vector.h"
@@ -15,10 +16,11 @@ namespace comm::transport {
 
 class LocalLink;
 
-/// The transport within one machine: Unix-domain sockets in a private directory.
+/// The transport within one machine: Unix-domain sockets in a private directory to meet,
+/// and shared memory to talk.
 ///
-/// Its thread waits for registrations to appear, follows the links' connections, and sends on what a receiver did not
-/// take at once. It sleeps while nothing happens.
+/// Its thread waits for registrations to appear, follows the links' connections, sends on what found no room at once,
+/// and gives back the memory that a burst has left behind. It sleeps while nothing happens.
 class LocalTransport final : public Transport, private util::Thread::Runnable {
   public:
     LocalTransport();
@@ -35,26 +37,36 @@ class LocalTransport final : public Transport, private util::Thread::Runnable {
     /// error storage.
     bool add(std::shared_ptr<LocalLink> link);
     void remove(std::uint64_t number);
-    /// Watches a link's socket for its end and, with `forRoom`, for room to send.
-    bool watch(int fd, std::uint64_t number, bool forRoom);
+    /// Watches a link's socket for what comes from the other side.
+    bool watch(int fd, std::uint64_t number);
+    /// A link holds memory that is to be given back when it is not needed for a while.
+    void tidyLater() {
+        if (!m_tidying.load(std::memory_order_relaxed) && !m_tidying.exchange(true)) m_tidyBell.ring();
+    }
     std::uint64_t nextNumber() { return m_nextNumber++; }
     const RuntimeDirectory& directory() const { return m_directory; }
 
   private:
     static constexpr std::uint64_t DirectoryChanged = 1;
+    static constexpr std::uint64_t SomethingToTidy = 2;
+    static constexpr int TidyAfter = 1000;  // milliseconds
 
     bool watchDirectory();
     void run(util::Thread const* thread) override;
     void readDirectoryChanges();
     void tellAppeared(const ipl::string& fileName);
+    void tidy();
+    ipl::vector<std::shared_ptr<LocalLink>> links();
     std::shared_ptr<LocalLink> find(std::uint64_t number);
     void keep(std::unique_ptr<util::Thread> thread);
 
     RuntimeDirectory m_directory;
     Epoll m_epoll;
     FileDescriptor m_changes;
+    Doorbell m_tidyBell;
+    std::atomic<bool> m_tidying{false};
     util::Thread m_thread;
-    std::atomic<std::uint64_t> m_nextNumber{DirectoryChanged + 1};
+    std::atomic<std::uint64_t> m_nextNumber{SomethingToTidy + 1};
 
     // Guards what follows. Nothing else is locked under it.
     std::mutex m_mutex;

@@ -1,0 +1,53 @@
+#include "RingMemory.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+
+#include "SystemError.h"
+
+namespace comm::transport {
+namespace {
+
+// Without them the other side could take pages away under our feet, and using them would end the process.
+constexpr int Seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+
+}  // namespace
+
+RingMemory::~RingMemory() {
+    if (m_control != nullptr) ::munmap(m_control, FileSize);
+}
+
+bool RingMemory::create(FileDescriptor& file) {
+    file = FileDescriptor(::memfd_create("zidbench-ring", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    if (!file) return failed("memfd_create for a connection", __FILE__, __LINE__);
+    if (::ftruncate(file.get(), FileSize) != 0 || ::fcntl(file.get(), F_ADD_SEALS, Seals) != 0)
+        return failed("set up the memory of a connection", __FILE__, __LINE__);
+    return map(file.get()) && failed("mmap for a connection", __FILE__, __LINE__);
+}
+
+const char* RingMemory::adopt(const FileDescriptor& file) {
+    struct stat status {};
+    if (::fcntl(file.get(), F_GET_SEALS) != Seals) return "its memory is not sealed";
+    if (::fstat(file.get(), &status) != 0 || status.st_size != FileSize) return "its memory has a wrong size";
+    return map(file.get()) ? "its memory cannot be mapped" : nullptr;
+}
+
+bool RingMemory::map(int file) {
+    void* const memory = ::mmap(nullptr, FileSize, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+    if (memory == MAP_FAILED) return true;
+    m_control = static_cast<RingControl*>(memory);
+    return false;
+}
+
+bool RingMemory::populate(std::uint32_t from, std::uint32_t to) {
+    // A kernel that does not know how to do it in advance makes the pages when they are used.
+    return ::madvise(ring() + from, to - from, MADV_POPULATE_WRITE) != 0 && errno != EINVAL;
+}
+
+void RingMemory::discard(std::uint32_t from) {
+    // Where it fails, the pages stay, and nothing else is lost.
+    (void)::madvise(ring() + from, Capacity - from, MADV_REMOVE);
+}
+
+}  // namespace comm::transport
