@@ -46,10 +46,8 @@ bool LocalLink::look() {
     m_stamp = currentStamp();
     bool absent = false;
     FileDescriptor socket;
-    std::optional<RingWriter> ring;
     if (connectSocket(absent, socket)) return true;
-    if (absent || greet(socket.get(), absent, ring)) return !absent;
-    return use(std::move(socket), std::move(ring));
+    return !absent && use(std::move(socket));
 }
 
 LocalLink::Stamp LocalLink::currentStamp() const {
@@ -74,37 +72,44 @@ bool LocalLink::connectSocket(bool& absent, FileDescriptor& socket) const {
     return false;
 }
 
-// Makes a ring and hands its other end over. True on failure, or with `absent` if the registration has gone meanwhile.
-bool LocalLink::greet(int socket, bool& absent, std::optional<RingWriter>& ring) {
-    FileDescriptor file;
-    RingMemory memory;
-    Doorbell doorbell;
-    if (memory.create(file) || doorbell.create()) return true;
-    const int doorbellFd = doorbell.fd();
-    ring.emplace(std::move(memory), std::move(doorbell));
-    if (ring->prepare())
-        return error::record(Error::Transport, "no memory for a connection to " + m_identity.display, __FILE__,
-                             __LINE__);
-    if (!Greeting::send(socket, GreetingBody(m_identity), file.get(), doorbellFd)) return false;
-    absent = errno == EPIPE || errno == ECONNRESET;
-    return absent || failed("greet " + m_identity.display, __FILE__, __LINE__);
+// Begins to use a connection. It is in use before the other side hears of it, because what that does about it may lead
+// to a call through this very link. True on failure.
+bool LocalLink::use(FileDescriptor socket) {
+    if (makeRing(std::move(socket))) return true;
+    m_events->up();
+    // Also when the user has closed the link inside the event: what was sent still has to be read.
+    if (greet() && m_events != nullptr) m_events->down();
+    return false;
 }
 
-// Begins to use a connection: what is sent while the user is told is on its way. True if it is of no use, as nobody
-// would see its end.
-bool LocalLink::use(FileDescriptor socket, std::optional<RingWriter> ring) {
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_socket = std::move(socket);
-        m_ring = std::move(ring);
-        if (m_transport.watch(m_socket.get(), m_number)) {
-            drop();
-            return true;
-        }
-        m_up = true;
-    }
-    m_events->up();
+bool LocalLink::makeRing(FileDescriptor socket) {
+    RingMemory memory;
+    FileDescriptor file;
+    Doorbell doorbell;
+    if (memory.create(file) || doorbell.create()) return true;
+    RingWriter ring(std::move(memory), std::move(doorbell));
+    if (ring.prepare())
+        return error::record(Error::Transport, "no memory for a connection to " + m_identity.display, __FILE__,
+                             __LINE__);
+    const std::scoped_lock lock(m_mutex);
+    m_socket = std::move(socket);
+    m_file = std::move(file);
+    m_ring.emplace(std::move(ring));
+    m_up = true;
     return false;
+}
+
+// Tells the other side who is meant, and hands the ring over. True if the connection is of no use.
+bool LocalLink::greet() {
+    const std::scoped_lock lock(m_mutex);
+    const FileDescriptor file = std::move(m_file);
+    bool failure = m_transport.watch(m_socket.get(), m_number);
+    if (!failure && Greeting::send(m_socket.get(), GreetingBody(m_identity), file.get(), m_ring->doorbell().fd())) {
+        const bool justGone = errno == EPIPE || errno == ECONNRESET;
+        failure = justGone || failed("greet " + m_identity.display, __FILE__, __LINE__);
+    }
+    if (failure || (m_closed && m_outbox.empty())) drop();
+    return failure;
 }
 
 bool LocalLink::send(const Message& message) {
@@ -212,6 +217,7 @@ void LocalLink::drop() {
     m_up = false;
     m_outbox.clear();
     m_ring.reset();
+    m_file.reset();
     m_socket.reset();
     if (m_closed) m_transport.remove(m_number);
 }
@@ -222,8 +228,9 @@ void LocalLink::close() {
     m_events = nullptr;
     const std::scoped_lock lock(m_mutex);
     m_up = false;
-    // What waits is still sent by the transport's thread, which then drops the connection.
-    if (m_outbox.empty() || !m_socket) drop();
+    // What waits is still sent by the transport's thread, which then drops the connection; and so does who is about to
+    // greet.
+    if ((m_outbox.empty() && !m_file) || !m_socket) drop();
 }
 
 }  // namespace comm::transport

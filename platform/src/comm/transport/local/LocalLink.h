@@ -31,8 +31,8 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     /// socket has something to tell.
     void appeared(const ipl::string& fileName);
     void ready();
-    /// Gives memory back that was not needed since the last call, and tries again what found none. True if there will be
-    /// something of the kind to do later.
+    /// Gives memory back that was not needed since the last call, and tries again what found none. True if there will
+    /// be something of the kind to do later.
     bool tidy();
 
     /// The link's number among the transport's.
@@ -51,8 +51,9 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     bool look();
     Stamp currentStamp() const;
     bool connectSocket(bool& absent, FileDescriptor& socket) const;
-    bool greet(int socket, bool& absent, std::optional<RingWriter>& ring);
-    bool use(FileDescriptor socket, std::optional<RingWriter> ring);
+    bool use(FileDescriptor socket);
+    bool makeRing(FileDescriptor socket);
+    bool greet();
     bool hasEnded();
     bool lose();
     void flush();
@@ -77,6 +78,7 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     std::mutex m_mutex;
     FileDescriptor m_socket;
     std::optional<RingWriter> m_ring;  // as long as there is a socket
+    FileDescriptor m_file;             // of the ring, until it is handed over
     Outbox m_outbox;
     bool m_up = false;
 };

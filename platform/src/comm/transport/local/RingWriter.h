@@ -23,6 +23,8 @@ class RingWriter {
     /// Makes the first pages. True when there is no memory for them.
     [[nodiscard]] bool prepare() { return m_memory.populate(0, SmallSize); }
 
+    const Doorbell& doorbell() const { return m_bell; }
+
     /// Writes of a call what there is room for, and wakes the reader if it sleeps. Never waits.
     Result write(Outgoing& call);
 
