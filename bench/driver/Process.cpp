@@ -66,6 +66,7 @@ bool Process::start(std::vector<std::string> command, const std::string& runtime
 
     const pid_t parent = ::getpid();
     m_process = ::fork();
+    ::setpgid(m_process, 0);  // on both sides, so that neither gets ahead of it
     if (m_process == 0) {
         ::dup2(input[0], STDIN_FILENO);
         ::dup2(m_output, STDOUT_FILENO);
@@ -94,20 +95,25 @@ bool Process::hasEnded() const {
     return ::poll(&end, 1, 0) > 0;
 }
 
-// An id of -1 would mean every process.
+// Without the check it would mean every process.
 void Process::kill() const {
-    if (m_process > 0) ::kill(m_process, SIGKILL);
+    if (m_process > 0) ::kill(-m_process, SIGKILL);
 }
 
 void Process::stop(std::chrono::milliseconds grace) const {
     if (m_process <= 0) return;
-    ::kill(m_process, SIGTERM);
+    ::kill(-m_process, SIGTERM);
     pollfd end{m_descriptor, POLLIN, 0};
     if (::poll(&end, 1, static_cast<int>(grace.count())) <= 0) kill();
 }
 
 Process::Exit Process::wait() {
     if (m_process <= 0) return m_exit;
+    // The group is killed while nobody else can get its id.
+    siginfo_t end{};
+    while (::waitid(P_PID, static_cast<id_t>(m_process), &end, WEXITED | WNOWAIT) < 0 && errno == EINTR) {
+    }
+    kill();
     rusage usage{};
     while (::wait4(m_process, &m_exit.status, 0, &usage) < 0 && errno == EINTR) {
     }

@@ -11,7 +11,8 @@ namespace bench {
 
 /// One run of a program as a child of this process, fed by a pipe; what it prints is kept in memory.
 ///
-/// The child never outlives this object or this process. The thread that starts it must be the one that destroys it.
+/// The child never outlives this object or this process. It leads a process group, so that signals reach what it has
+/// started too, and what it leaves behind is killed. The thread that starts it must be the one that destroys it.
 class Process {
   public:
     struct Exit {
@@ -39,6 +40,8 @@ class Process {
     /// A descriptor that becomes readable when the child ends; it stays this object's.
     int descriptor() const { return m_descriptor; }
     bool hasEnded() const;
+    /// The child's process id, before `wait`.
+    pid_t id() const { return m_process; }
     void kill() const;
     /// Asks the child to end, and kills it when it has not ended in this time.
     void stop(std::chrono::milliseconds grace) const;

@@ -10,12 +10,19 @@ namespace bench {
 namespace {
 
 constexpr std::size_t ToldLines = 10;
+constexpr double LookInterval = .005;  // seconds
 
 std::string lastLines(const std::string& text) {
     std::size_t from = text.size();
     for (std::size_t line = 0; line <= ToldLines && from != std::string::npos && from != 0; ++line)
         from = text.rfind('\n', from - 1);
     return from == std::string::npos || from == 0 ? text : text.substr(from + 1);
+}
+
+std::size_t countOf(const std::string& part, const std::string& text) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + part.size())) ++count;
+    return count;
 }
 
 bool tellEnd(Process& process) {
@@ -29,6 +36,15 @@ bool Supervisor::keepRunning(Process& process, Process& companion, Watch::Clock:
     if (event == Watch::Event::DeadlinePassed) return false;
     if (event == Watch::Event::Interrupted) return interrupt();
     return tellEnd(process.hasEnded() ? process : companion);
+}
+
+bool Supervisor::waitForOutput(Process& process, Process& companion, const std::string& text, std::size_t count,
+                               Watch::Clock::time_point deadline) {
+    while (countOf(text, process.output()) < count) {
+        if (Watch::Clock::now() >= deadline) return tell(process, "does not say in time: " + text);
+        if (keepRunning(process, companion, after(LookInterval))) return true;
+    }
+    return false;
 }
 
 bool Supervisor::waitForEnd(const Process& process, Process& companion, Watch::Clock::time_point deadline) {

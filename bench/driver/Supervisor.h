@@ -17,6 +17,9 @@ class Supervisor {
 
     /// Blocks until the deadline. Fails when one of both ends before or a signal comes.
     [[nodiscard]] bool keepRunning(Process& process, Process& companion, Watch::Clock::time_point deadline);
+    /// Blocks until the process has printed a text so many times. Fails when it has not at the deadline, and as above.
+    [[nodiscard]] bool waitForOutput(Process& process, Process& companion, const std::string& text, std::size_t count,
+                                     Watch::Clock::time_point deadline);
     /// Blocks until the process ends. Fails when the companion ends first, at the deadline, or when a signal comes.
     [[nodiscard]] bool waitForEnd(const Process& process, Process& companion, Watch::Clock::time_point deadline);
 

@@ -1,18 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "Pair.h"
+
 namespace bench {
-
-/// One form of the message test.
-struct Pair {
-    std::uint32_t payload;  ///< bytes per message
-    std::uint32_t burst;    ///< messages per reply
-
-    std::string text() const { return std::to_string(payload) + ":" + std::to_string(burst); }
-};
 
 /// What the driver's command line asks for.
 struct Options {
@@ -20,15 +15,12 @@ struct Options {
     std::uint32_t runs = 5;
     std::string zidbench;
     std::string plainExchange;
+    std::string peers;  ///< the program that runs other transports; empty for none
+    bool markdown = false;
     std::vector<Pair> pairs{{100, 1}, {100, 99}, {65536, 10}, {1048576, 1}, {1048576, 10}};
-    bool help = false;
 };
 
-/// Reads the command line over the defaults given. Returns true on failure, with `problem` naming the word that is
-/// wrong and what it may be.
-[[nodiscard]] bool parseOptions(const std::vector<std::string>& arguments, Options& options, std::string& problem);
-
-/// The usage text, lines ended.
-std::string usage(const std::string& program);
+/// Reads the arguments of `main` over the defaults given. Returns the status to exit with when that is all to be done.
+std::optional<int> parseOptions(int argc, char** argv, Options& options);
 
 }  // namespace bench

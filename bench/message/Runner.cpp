@@ -10,10 +10,10 @@
 namespace bench {
 namespace {
 
-constexpr double Grace = 20;  // seconds that a run may take beyond its own time
+constexpr double Grace = 20;                    // seconds that a run may take beyond its own time
+constexpr std::chrono::seconds CleanUpTime{2};  // for one that has taken longer
 
 constexpr const char* Instance = "7";
-constexpr std::string_view Timeout = "timeout for waiting for response received";
 
 std::optional<Measurement> measured(const Process& process, int status, const Report& report, double cpuSeconds) {
     if (status != 0 || report.rate == 0 || report.messages == 0) {
@@ -24,6 +24,11 @@ std::optional<Measurement> measured(const Process& process, int status, const Re
 }
 
 }  // namespace
+
+std::optional<Measurement> Runner::run(const Program& program, const Pair& pair) {
+    if (program.isPeer()) return runPeer(program, pair);
+    return program.kind == Program::Kind::Zidbench ? runZidbench(pair) : runPlainExchange(pair);
+}
 
 std::optional<Measurement> Runner::runZidbench(const Pair& pair) {
     const RuntimeDirectory directory;
@@ -41,7 +46,7 @@ std::optional<Measurement> Runner::runZidbench(const Pair& pair) {
     const Process::Exit exit = client.wait();
     const double cpuSeconds = exit.cpuSeconds + service.wait().cpuSeconds;
     const std::string output = client.output();
-    if (exit.status == 0 && output.find(Timeout) != std::string::npos) {
+    if (exit.status == 0 && hasTimedOut(output)) {
         tell(client, "waited in vain for a reply");
         return std::nullopt;
     }
@@ -50,12 +55,26 @@ std::optional<Measurement> Runner::runZidbench(const Pair& pair) {
 
 std::optional<Measurement> Runner::runPlainExchange(const Pair& pair) {
     Process process("plain_exchange " + pair.text());
-    const auto deadline = after(m_options.seconds + Grace);
-    const std::vector<std::string> command{m_options.plainExchange, std::to_string(pair.payload),
-                                           std::to_string(pair.burst), std::to_string(m_options.seconds)};
-    if (start(process, command, {}) || m_supervisor.waitForEnd(process, process, deadline)) return std::nullopt;
-    const Process::Exit exit = process.wait();
-    return measured(process, exit.status, readPlainReport(process.output()), exit.cpuSeconds);
+    const auto exit = runToEnd(process, {m_options.plainExchange, std::to_string(pair.payload),
+                                         std::to_string(pair.burst), std::to_string(m_options.seconds)});
+    if (!exit) return std::nullopt;
+    return measured(process, exit->status, readPlainReport(process.output()), exit->cpuSeconds);
+}
+
+std::optional<Measurement> Runner::runPeer(const Program& peer, const Pair& pair) {
+    Process process(peer.name + " " + pair.text());
+    const auto exit =
+        runToEnd(process, {m_options.peers, "-t", peer.transport, std::to_string(m_options.seconds), pair.text()});
+    if (!exit) return std::nullopt;
+    const Report report = readPeerReport(process.output(), peer.transport, m_options.seconds);
+    return measured(process, exit->status, report, report.cpuSeconds);
+}
+
+std::optional<Process::Exit> Runner::runToEnd(Process& process, const std::vector<std::string>& command) {
+    if (start(process, command)) return std::nullopt;
+    if (!m_supervisor.waitForEnd(process, process, after(m_options.seconds + Grace))) return process.wait();
+    process.stop(CleanUpTime);
+    return std::nullopt;
 }
 
 // Feeds the client; the end of the input ends its shell.

@@ -1,45 +1,52 @@
-// Measures the message test of zidbench against the same exchange over a plain socket.
+// Measures the message test of zidbench against the same exchange over a plain socket and other transports.
 
-#include <cstdio>
-#include <string>
+#include <cstdint>
 #include <vector>
 
+#include "Comparison.h"
 #include "Options.h"
+#include "Program.h"
 #include "Runner.h"
 #include "Supervisor.h"
-#include "Table.h"
 #include "Watch.h"
 
 namespace {
 
-// Returns true on failure. The two programs take turns within every run, so that both meet the same machine.
-bool measure(bench::Runner& runner, const bench::Pair& pair, std::uint32_t runs) {
-    std::vector<bench::Measurement> zidbench;
-    std::vector<bench::Measurement> plainExchange;
-    for (std::uint32_t run = 0; run < runs; ++run) {
-        const auto first = runner.runZidbench(pair);
-        const auto second = first ? runner.runPlainExchange(pair) : std::nullopt;
-        if (!second) {
-            bench::printFailure(pair);
-            return true;
-        }
-        zidbench.push_back(*first);
-        plainExchange.push_back(*second);
+// Returns true when a run failed. The programs take turns within every run, so that all meet the same machine.
+bool measure(bench::Runner& runner, const bench::Supervisor& supervisor, const bench::Pair& pair,
+             std::vector<bench::Result>& results) {
+    bool failed = false;
+    for (bench::Result& result : results) {
+        if (supervisor.isInterrupted()) return true;
+        const auto measurement = runner.run(result.program, pair);
+        failed |= !measurement;
+        if (measurement) result.runs.push_back(*measurement);
     }
-    return bench::printPair(pair, zidbench, plainExchange);
+    return failed;
+}
+
+std::vector<bench::Result> noResults(bool withPeers) {
+    std::vector<bench::Result> results;
+    for (const bench::Program& program : bench::programs(withPeers)) results.push_back({program, {}});
+    return results;
 }
 
 bool measureAll(const bench::Options& options) {
     const bench::Watch watch;
     bench::Supervisor supervisor(watch);
     bench::Runner runner(options, supervisor);
+    bench::Comparison comparison(options.markdown);
     bool failed = false;
-    bench::printHeader();
+    comparison.printHeader();
     for (const bench::Pair& pair : options.pairs) {
-        failed |= measure(runner, pair, options.runs);
-        if (supervisor.isInterrupted()) break;
+        std::vector<bench::Result> results = noResults(!options.peers.empty());
+        for (std::uint32_t run = 0; run < options.runs; ++run) {
+            failed |= measure(runner, supervisor, pair, results);
+            if (supervisor.isInterrupted()) return true;
+        }
+        comparison.add(pair, results);
     }
-    return failed;
+    return comparison.printVerdicts() || failed;
 }
 
 }  // namespace
@@ -48,14 +55,6 @@ int main(int argc, char** argv) {
     bench::Options options;
     options.zidbench = ZIDBENCH_PROGRAM;
     options.plainExchange = PLAIN_EXCHANGE_PROGRAM;
-    std::string problem;
-    if (bench::parseOptions({argv + 1, argv + argc}, options, problem)) {
-        std::fprintf(stderr, "%s\n%s", problem.c_str(), bench::usage(argv[0]).c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(bench::usage(argv[0]).c_str(), stdout);
-        return 0;
-    }
+    if (const auto status = bench::parseOptions(argc, argv, options)) return *status;
     return measureAll(options) ? 1 : 0;
 }

@@ -9,8 +9,7 @@
 namespace bench {
 namespace {
 
-constexpr double ReadyTime = 10;       // seconds
-constexpr double LookInterval = .002;  // seconds
+constexpr double ReadyTime = 10;  // seconds
 constexpr std::chrono::seconds EndTime{10};
 
 // What an ordinary user has mounted only the helper can unmount.
@@ -31,12 +30,7 @@ Mount::~Mount() {
 bool Mount::mount(Supervisor& supervisor) {
     if (path().empty()) return tell(m_server, std::string("has no directory: ") + std::strerror(errno));
     if (start(m_server, {m_program, path()})) return true;
-    const auto deadline = after(ReadyTime);
-    while (m_server.output().find("ready at " + path()) == std::string::npos) {
-        if (Watch::Clock::now() >= deadline) return tell(m_server, "is not ready in time");
-        if (supervisor.keepRunning(m_server, m_server, after(LookInterval))) return true;
-    }
-    return false;
+    return supervisor.waitForOutput(m_server, m_server, "ready at " + path(), 1, after(ReadyTime));
 }
 
 Process::Exit Mount::unmount() {

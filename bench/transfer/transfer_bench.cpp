@@ -9,7 +9,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
-#include <string>
 
 #include "Options.h"
 #include "Runner.h"
@@ -70,15 +69,7 @@ bool measureAll(const bench::Options& options) {
 
 int main(int argc, char** argv) {
     bench::Options options;
-    std::string problem;
-    if (bench::parseOptions({argv + 1, argv + argc}, options, problem)) {
-        std::fprintf(stderr, "%s\n%s", problem.c_str(), bench::usage(argv[0]).c_str());
-        return 2;
-    }
-    if (options.help) {
-        std::fputs(bench::usage(argv[0]).c_str(), stdout);
-        return 0;
-    }
+    if (const auto status = bench::parseOptions(argc, argv, options)) return *status;
     if (isFuseMissing()) {
         std::fprintf(stderr, "transfer_bench: needs FUSE file systems, but /dev/fuse: %s\n", std::strerror(errno));
         return 3;

@@ -60,4 +60,23 @@ TEST_F(MessageTest, SmallestAndLargestMessagesArrive) {
     EXPECT_EQ(service.errors().text(), "");
 }
 
+// All run at full speed at once, so whoever connects is held up in every place; a call that is lost then is a pair that
+// never begins.
+TEST_F(MessageTest, AllInstancesGetToWorkAtOnce) {
+    constexpr int Instances = 99;
+    constexpr Program::Milliseconds Patience{120000};
+    Program services({});
+    Program clients({});
+    for (int i = 1; i <= Instances; ++i) services.write("startService " + std::to_string(i));
+    services.waitForLine("starting service with instance " + std::to_string(Instances), Patience);
+    for (int i = 1; i <= Instances; ++i) clients.write("startZID " + std::to_string(i) + " 100 0 10");
+    for (int i = 1; i <= Instances; ++i)
+        services.waitForLine("ZidService(" + std::to_string(i) + "): starting test with msg_count = 10", Patience);
+    clients.kill();
+    for (int i = 1; i <= Instances; ++i)
+        services.waitForLine("ZidService(" + std::to_string(i) + "): disconnected -> test finished", Patience);
+    leave(services);
+    EXPECT_EQ(services.errors().text(), "");
+}
+
 }  // namespace
