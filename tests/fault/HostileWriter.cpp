@@ -1,9 +1,6 @@
 #include "HostileWriter.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <sys/epoll.h>
-#include <sys/mman.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -25,14 +22,6 @@ namespace {
 
 constexpr int Patience = 1000 * static_cast<int>(Watchdog.count());
 constexpr std::uint32_t Capacity = RingMemory::Capacity;
-constexpr int Seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
-
-FileDescriptor memoryOf(std::uint32_t size, int seals) {
-    FileDescriptor file(::memfd_create("hostile", MFD_CLOEXEC | MFD_ALLOW_SEALING));
-    (void)!::ftruncate(file.get(), size);
-    (void)::fcntl(file.get(), F_ADD_SEALS, seals);
-    return file;
-}
 
 }  // namespace
 
@@ -44,10 +33,6 @@ const std::vector<HostileWriter::Attack>& HostileWriter::table() {
         {"silence", false, &HostileWriter::saysNothing},
         {"half a greeting", true, &HostileWriter::halfAGreeting},
         {"noise", true, &HostileWriter::noise},
-        {"a wrong number of descriptors", true, &HostileWriter::wrongDescriptorCount},
-        {"wrong memory", true, &HostileWriter::wrongMemory},
-        {"a wrong doorbell", true, &HostileWriter::wrongDoorbell},
-        {"a greeting for another", true, &HostileWriter::wrongService},
         {"a quiet guest", false, &HostileWriter::quietGuest},
         {"talk on the socket", true, &HostileWriter::talksOnSocket},
         {"an impossible tail", true, &HostileWriter::impossibleTail},
@@ -100,11 +85,7 @@ void HostileWriter::greet() {
     m_memory = std::move(memory);
     m_file = std::move(file);
     m_bell = std::move(bell);
-    greet(m_file.get(), m_bell.fd());
-}
-
-void HostileWriter::greet(int memory, int doorbell) {
-    (void)Greeting::send(m_socket.get(), GreetingBody(m_identity), memory, doorbell);
+    (void)Greeting::send(m_socket.get(), GreetingBody(m_identity), m_file.get(), m_bell.fd());
 }
 
 void HostileWriter::put(std::uint32_t at, const Record& record) {
@@ -143,57 +124,6 @@ void HostileWriter::noise() {
     std::vector<std::uint64_t> words(m_dice.between(1, 1000));
     for (std::uint64_t& word : words) word = m_dice.bits();
     (void)::send(m_socket.get(), words.data(), words.size() * sizeof words[0], MSG_NOSIGNAL);
-}
-
-void HostileWriter::wrongDescriptorCount() {
-    GreetingBody body(m_identity);
-    iovec part{&body, sizeof body};
-    constexpr std::size_t Most = 5;
-    const std::size_t count = m_dice.oneOf<std::size_t>({0, 1, 3, Most});
-    std::array<int, Most> descriptors{};  // standard input will do
-    alignas(cmsghdr) std::array<char, CMSG_SPACE(sizeof descriptors)> control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    if (count != 0) {
-        message.msg_control = control.data();
-        message.msg_controllen = CMSG_SPACE(count * sizeof(int));
-        cmsghdr* const header = CMSG_FIRSTHDR(&message);
-        *header = {CMSG_LEN(count * sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
-        std::memcpy(CMSG_DATA(header), descriptors.data(), count * sizeof(int));
-    }
-    (void)::sendmsg(m_socket.get(), &message, MSG_NOSIGNAL);
-}
-
-void HostileWriter::wrongMemory() {
-    constexpr std::uint32_t Page = 4096;
-    constexpr std::uint32_t Right = Capacity + Page;
-    std::vector<FileDescriptor> files;
-    files.push_back(memoryOf(Right, F_SEAL_SHRINK));
-    files.push_back(memoryOf(Right, Seals | F_SEAL_WRITE));
-    files.push_back(memoryOf(Right - Page, Seals));
-    files.push_back(memoryOf(Right + Page, Seals));
-    files.push_back(memoryOf(0, Seals));
-    files.emplace_back(::open("/dev/null", O_RDWR | O_CLOEXEC));
-    if (m_bell.create()) return;
-    greet(files[m_dice.upTo(static_cast<unsigned>(files.size()))].get(), m_bell.fd());
-}
-
-void HostileWriter::wrongDoorbell() {
-    if (m_memory.create(m_file)) return;
-    std::vector<FileDescriptor> bells;
-    bells.push_back(memoryOf(8, 0));
-    bells.emplace_back(::epoll_create1(EPOLL_CLOEXEC));
-    bells.emplace_back(::open("/dev/zero", O_RDWR | O_CLOEXEC));
-    bells.emplace_back(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    greet(m_file.get(), bells[m_dice.upTo(static_cast<unsigned>(bells.size()))].get());
-}
-
-void HostileWriter::wrongService() {
-    if (m_memory.create(m_file) || m_bell.create()) return;
-    GreetingBody body(m_identity);
-    ++(m_dice.oneIn(2) ? body.instance : body.reserved);
-    (void)Greeting::send(m_socket.get(), body, m_file.get(), m_bell.fd());
 }
 
 void HostileWriter::talksOnSocket() {

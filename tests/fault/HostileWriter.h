@@ -35,7 +35,6 @@ class HostileWriter {
 
     void connect();
     void greet();
-    void greet(int memory, int doorbell);
     void put(std::uint32_t at, const Record& record);
     void publish(std::uint32_t offset, std::uint32_t generation = 0);
     bool waitForHead(std::uint32_t head) const;
@@ -44,10 +43,6 @@ class HostileWriter {
     void saysNothing() {}
     void halfAGreeting();
     void noise();
-    void wrongDescriptorCount();
-    void wrongMemory();
-    void wrongDoorbell();
-    void wrongService();
     void quietGuest() { greet(); }
     void talksOnSocket();
     void impossibleTail();
