@@ -17,6 +17,15 @@ union Control {
     char bytes[CMSG_SPACE(sizeof(Descriptors))];
 };
 
+msghdr messageOf(iovec& part, Control& control) {
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = &control;
+    message.msg_controllen = sizeof control;
+    return message;
+}
+
 // Takes over what descriptors have come, so that they are closed in any case. False unless there are two.
 bool takeDescriptors(msghdr& message, Greeting& greeting) {
     const cmsghdr* const header = CMSG_FIRSTHDR(&message);
@@ -34,11 +43,7 @@ bool takeDescriptors(msghdr& message, Greeting& greeting) {
 bool Greeting::send(int socket, const GreetingBody& body, int memory, int doorbell) {
     iovec part{const_cast<GreetingBody*>(&body), sizeof body};
     Control control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = &control;
-    message.msg_controllen = sizeof control;
+    msghdr message = messageOf(part, control);
     cmsghdr* const header = CMSG_FIRSTHDR(&message);
     header->cmsg_level = SOL_SOCKET;
     header->cmsg_type = SCM_RIGHTS;
@@ -52,11 +57,7 @@ bool Greeting::send(int socket, const GreetingBody& body, int memory, int doorbe
 Greeting::Result Greeting::receive(int socket, const char*& fault) {
     iovec part{&body, sizeof body};
     Control control{};
-    msghdr message{};
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    message.msg_control = &control;
-    message.msg_controllen = sizeof control;
+    msghdr message = messageOf(part, control);
     const ssize_t count = ::recvmsg(socket, &message, MSG_DONTWAIT | MSG_CMSG_CLOEXEC);
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return Result::NotYet;
     if (count == 0) return Result::Ended;
