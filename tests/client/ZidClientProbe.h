@@ -8,7 +8,12 @@ class ZidClientProbe {
     explicit ZidClientProbe(ZidClient& client) : m_client(client) {}
 
     void wakeSender() { pthread_cond_signal(&m_client.m_cond); }
-    void setMessageCount(std::uint64_t count) { m_client.m_msgcnt = count; }
+    /// Before a reply, which the client takes note of under the same mutex.
+    void setMessageCount(std::uint64_t count) {
+        pthread_mutex_lock(&m_client.m_mutex);
+        m_client.m_msgcnt = count;
+        pthread_mutex_unlock(&m_client.m_mutex);
+    }
     std::uint16_t noSignalCount() const { return m_client.m_nosignalcnt; }
     std::uint64_t messageCount() const { return m_client.m_msgcnt; }
 

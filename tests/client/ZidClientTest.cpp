@@ -121,6 +121,7 @@ TEST_F(ZidClientTest, AReplyBeforeTheWaitIsCountedAndNotLost) {
     std::this_thread::sleep_for(std::chrono::milliseconds(50));  // let the sender take it and begin its delay
     peer->reply();
     EXPECT_TRUE(peer->log.waitFor("data", 2)) << "the early reply stands for the first burst's";
+    stopClient(Answer::No);
     EXPECT_EQ(ZidClientProbe(*client).noSignalCount(), 1);
     EXPECT_EQ(ZidClientProbe(*client).messageCount(), 0U) << "no reply came while a burst was out";
 }
