@@ -154,14 +154,19 @@ void Steps::resume() {
     if (!members.empty()) m_team.resume(*m_dice.oneOf(members));
 }
 
-void Steps::killService() {
+// While messages are on their way to it. Often a successor comes at once.
+void Steps::loseService(void (Team::*lose)(Member&)) {
     Member* const service = any(Member::Service);
     if (service == nullptr) return;
     const std::uint32_t instance = service->instance;
     sendEverywhere();
     pause();
-    m_team.kill(*service);
+    (m_team.*lose)(*service);
     if (m_dice.oneIn(2)) m_team.start(Member::Service, instance);
+}
+
+void Steps::killService() {
+    loseService(&Team::kill);
 }
 
 void Steps::killClient() {
@@ -173,13 +178,7 @@ void Steps::killClient() {
 }
 
 void Steps::endService() {
-    Member* const service = any(Member::Service);
-    if (service == nullptr) return;
-    const std::uint32_t instance = service->instance;
-    sendEverywhere();
-    pause();
-    m_team.end(*service);
-    if (m_dice.oneIn(2)) m_team.start(Member::Service, instance);
+    loseService(&Team::end);
 }
 
 // What is sent must arrive if its sender lives so long.

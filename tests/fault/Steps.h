@@ -44,6 +44,7 @@ class Steps {
     std::uint32_t anyInstance();
     void send(Member& member, std::uint32_t instance);
     void sendEverywhere();
+    void loseService(void (Team::*lose)(Member&));
     void pause();
     std::unique_ptr<ChildProcess> attack(const Member& target, const std::string& attack, unsigned count);
     void tryPoorWorker(unsigned descriptors, unsigned connections, const std::string& limit);

@@ -18,6 +18,7 @@ namespace {
 constexpr const char* ImpossiblePosition = "it claims an impossible position";
 
 }  // namespace
+
 LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs& identity, LinkEvents& events)
     : m_transport(transport), m_identity(identity), m_number(transport.nextNumber()), m_events(&events) {}
 
