@@ -57,7 +57,7 @@ class HostileReader {
                 m_writer.tidy();
                 break;
             case 1:
-                check([this] { return m_outbox.flush(m_writer); });
+                check([this] { return flush(); });
                 break;
             default:
                 send(m_input.oneOf(sizes));
@@ -71,6 +71,15 @@ class HostileReader {
         Outgoing call = callOf(std::span(bytes).first(size), 7);
         if (check([&] { return m_writer.write(call); }) == RingWriter::Result::Full)
             require(!m_outbox.append(call), "no memory for a call");
+    }
+
+    RingWriter::Result flush() {
+        RingWriter::Result result = RingWriter::Result::Done;
+        m_outbox.flush([&](Outgoing& call) {
+            result = m_writer.write(call);
+            return result == RingWriter::Result::Done;
+        });
+        return result;
     }
 
     template <class Write>

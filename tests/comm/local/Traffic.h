@@ -14,6 +14,7 @@
 
 #include "Outbox.h"
 #include "RingReader.h"
+#include "RingWriter.h"
 
 namespace comm::transport {
 
@@ -94,7 +95,8 @@ class Traffic final : private RingReader::Sink {
         m_asleep = false;
         m_reader.wakeUp();
         check(m_reader.read(*this) <= RingReader::Result::Read, m_reader.fault());
-        if (m_reader.writerWaits()) (void)noted(m_outbox.flush(m_writer));
+        if (m_reader.writerWaits())
+            m_outbox.flush([this](Outgoing& call) { return noted(m_writer.write(call)) == RingWriter::Result::Done; });
     }
 
     /// Lets the reader fall asleep if there is nothing to read.

@@ -5,10 +5,10 @@
 #include <optional>
 
 #include "../Transport.h"
+#include "../common/FileDescriptor.h"
+#include "../common/Identity.h"
 #include "Doorbell.h"
 #include "Epoll.h"
-#include "FileDescriptor.h"
-#include "Identity.h"
 #include "RingReader.h"
 
 namespace comm::transport {

@@ -5,7 +5,7 @@
 #include <array>
 #include <string_view>
 
-#include "SystemError.h"
+#include "../common/SystemError.h"
 
 namespace comm::transport {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "FileDescriptor.h"
+#include "../common/FileDescriptor.h"
 
 namespace comm::transport {
 

@@ -2,7 +2,7 @@
 
 #include <sys/eventfd.h>
 
-#include "SystemError.h"
+#include "../common/SystemError.h"
 
 namespace comm::transport {
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <span>
 
-#include "FileDescriptor.h"
+#include "../common/FileDescriptor.h"
 
 namespace comm::transport {
 

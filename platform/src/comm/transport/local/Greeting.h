@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "FileDescriptor.h"
-#include "Identity.h"
+#include "../common/FileDescriptor.h"
+#include "../common/Identity.h"
 
 namespace comm::transport {
 

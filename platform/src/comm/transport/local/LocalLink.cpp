@@ -5,10 +5,11 @@
 
 #include <array>
 
+#include "../common/Refusal.h"
+#include "../common/SystemError.h"
 #include "Greeting.h"
 #include "LocalTransport.h"
 #include "Peer.h"
-#include "SystemError.h"
 #include "ipl/ErrorStorage.h"
 #include "ipl/GlobalErrorHandler.h"
 
@@ -115,28 +116,23 @@ bool LocalLink::greet() {
 
 bool LocalLink::send(const Message& message) {
     Outgoing call(message);
-    if (call.length > MaxArray)
-        return error::record(Error::MessageTooLong, std::to_string(call.length) + " bytes to " + m_identity.display,
-                             __FILE__, __LINE__);
+    if (call.length > MaxArray) return refusal::tooLong(m_identity, call);
     const std::scoped_lock lock(m_mutex);
-    if (!m_up) return notAlive();
+    if (!m_up) return refusal::notAlive(m_identity);
     if (!m_outbox.empty()) return keep(call);
     const RingWriter::Result result = m_ring->write(call);
     if (m_ring->wantsTidying()) m_transport.tidyLater();
     if (result == RingWriter::Result::Done) return false;
     if (result == RingWriter::Result::Full) return keep(call);
     spoiled(ImpossiblePosition);
-    return notAlive();
+    return refusal::notAlive(m_identity);
 }
 
 // Keeps a call until there is room for it; true if it cannot be kept. The mutex is held.
 bool LocalLink::keep(const Outgoing& call) {
     if (!m_outbox.append(call) && !m_outbox.full()) return false;
     giveUp();
-    return error::record(Error::Transport,
-                         m_identity.display + " takes nothing and more waits for it than can be kept (" +
-                             std::to_string(Outbox::Limit >> 20) + " MiB); the connection is closed",
-                         __FILE__, __LINE__);
+    return refusal::tooMuchWaits(m_identity);
 }
 
 // The other side does what makes no sense. The mutex is held.
@@ -153,10 +149,6 @@ void LocalLink::giveUp() {
     m_outbox.clear();
     m_up = false;
     ::shutdown(m_socket.get(), SHUT_RDWR);
-}
-
-bool LocalLink::notAlive() const {
-    return error::record(Error::NotAlive, m_identity.display, __FILE__, __LINE__);
 }
 
 void LocalLink::ready() {
@@ -186,16 +178,15 @@ bool LocalLink::hasEnded() {
 // Writes what waits, as far as there is room. The mutex is held.
 void LocalLink::flush() {
     if (m_outbox.empty()) return;
-    switch (m_outbox.flush(*m_ring)) {
-        case RingWriter::Result::Done:
-            if (m_closed) drop();
-            return;
-        case RingWriter::Result::Full:
-            return;
-        case RingWriter::Result::Broken:
-            spoiled(ImpossiblePosition);
-            return;
-    }
+    RingWriter::Result result = RingWriter::Result::Done;
+    m_outbox.flush([&](Outgoing& call) {
+        result = m_ring->write(call);
+        return result == RingWriter::Result::Done;
+    });
+    if (result == RingWriter::Result::Broken)
+        spoiled(ImpossiblePosition);
+    else if (m_outbox.empty() && m_closed)
+        drop();
 }
 
 bool LocalLink::tidy() {

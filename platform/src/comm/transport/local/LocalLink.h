@@ -8,9 +8,9 @@
 #include <optional>
 
 #include "../Transport.h"
-#include "FileDescriptor.h"
-#include "Identity.h"
-#include "Outbox.h"
+#include "../common/FileDescriptor.h"
+#include "../common/Identity.h"
+#include "../common/Outbox.h"
 #include "RingWriter.h"
 
 namespace comm::transport {
@@ -61,7 +61,6 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     bool keep(const Outgoing& call);
     void spoiled(const char* fault);
     void giveUp();
-    bool notAlive() const;
 
     LocalTransport& m_transport;
     const Identity m_identity;

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
+#include "../common/SystemError.h"
 #include "Peer.h"
-#include "SystemError.h"
 #include "ipl/GlobalErrorHandler.h"
 
 namespace comm::transport {
@@ -26,7 +26,7 @@ LocalListener::LocalListener(const RuntimeDirectory& directory, const TrackedBas
     : m_directory(directory), m_identity(identity), m_keeper(std::move(keeper)), m_events(std::move(events)) {}
 
 bool LocalListener::open() {
-    if (m_lock.take(m_directory, m_identity)) return true;
+    if (m_lock.take(m_directory, m_identity, "")) return true;
     m_reserve = FileDescriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
     util::Thread::Runnable& runnable = *this;
     m_thread =

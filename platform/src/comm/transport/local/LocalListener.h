@@ -6,11 +6,11 @@
 #include <memory>
 
 #include "../Transport.h"
+#include "../common/InstanceLock.h"
+#include "../common/RuntimeDirectory.h"
 #include "BriefWait.h"
 #include "Connection.h"
 #include "Epoll.h"
-#include "InstanceLock.h"
-#include "RuntimeDirectory.h"
 #include "util/Thread.h"
 
 namespace comm::transport {

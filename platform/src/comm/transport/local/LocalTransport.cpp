@@ -5,9 +5,9 @@
 
 #include <algorithm>
 
+#include "../common/SystemError.h"
 #include "LocalLink.h"
 #include "LocalListener.h"
-#include "SystemError.h"
 
 namespace comm::transport {
 namespace {

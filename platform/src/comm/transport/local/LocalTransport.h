@@ -6,9 +6,9 @@
 #include <mutex>
 
 #include "../Transport.h"
+#include "../common/RuntimeDirectory.h"
 #include "Doorbell.h"
 #include "Epoll.h"
-#include "RuntimeDirectory.h"
 #include "ipl/vector.h"
 #include "util/Thread.h"
 

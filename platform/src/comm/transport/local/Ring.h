@@ -4,12 +4,11 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "../common/Limits.h"
+
 /// How calls lie in the memory that a link and the connection at its other end share: a page with what both sides tell
 /// each other, and then a ring of records. One side writes, the other one reads, and neither believes the other.
 namespace comm::transport {
-
-/// The longest array that travels. Far beyond what the bench sends, so a length above it is garbage.
-constexpr std::uint32_t MaxArray = 64U << 20;
 
 /// Where a side is in the ring.
 struct alignas(std::uint64_t) RingPosition {

@@ -4,7 +4,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
-#include "SystemError.h"
+#include "../common/SystemError.h"
 
 namespace comm::transport {
 namespace {

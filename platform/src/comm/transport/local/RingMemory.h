@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "FileDescriptor.h"
+#include "../common/FileDescriptor.h"
 #include "Ring.h"
 
 namespace comm::transport {

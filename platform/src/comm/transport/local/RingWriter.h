@@ -1,7 +1,7 @@
 #pragma once
 
+#include "../common/Outgoing.h"
 #include "Doorbell.h"
-#include "Outgoing.h"
 #include "RingMemory.h"
 
 namespace comm::transport {

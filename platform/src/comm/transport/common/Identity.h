@@ -5,7 +5,7 @@
 
 namespace comm::transport {
 
-/// An identity as this transport keeps it.
+/// An identity as a transport keeps it.
 struct Identity {
     explicit Identity(const TrackedBase::IdentityArgs& args)
         : key(args.instanceKey),
@@ -15,8 +15,9 @@ struct Identity {
 
     const InstanceKey key;
     const ipl::UUID interfaceUuid;
-    const ipl::string display;   ///< for people: interface name and instance
-    const ipl::string fileName;  ///< of the registration's socket; short, since addresses are
+    const ipl::string display;  ///< for people: interface name and instance
+    const ipl::string
+        fileName;  ///< of what the registration keeps in the runtime directory; short, since addresses are
 };
 
 }  // namespace comm::transport

@@ -21,14 +21,9 @@ bool Outbox::append(const Outgoing& call) {
     return false;
 }
 
-RingWriter::Result Outbox::flush(RingWriter& ring) {
-    while (!m_calls.empty()) {
-        const RingWriter::Result result = ring.write(m_calls.front().call);
-        if (result != RingWriter::Result::Done) return result;
-        m_size -= m_calls.front().size;
-        m_calls.pop_front();
-    }
-    return RingWriter::Result::Done;
+void Outbox::pop() {
+    m_size -= m_calls.front().size;
+    m_calls.pop_front();
 }
 
 }  // namespace comm::transport

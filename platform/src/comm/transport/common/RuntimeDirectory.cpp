@@ -75,6 +75,12 @@ sockaddr_un RuntimeDirectory::address(const ipl::string& fileName) const {
     return address;
 }
 
+ipl::string RuntimeDirectory::id() const {
+    struct stat status {};
+    (void)::fstat(fd(), &status);  // of an open descriptor
+    return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
+}
+
 void RuntimeDirectory::remove(const ipl::string& fileName) const {
     ::unlinkat(fd(), fileName.c_str(), 0);  // missing already is as good
 }

@@ -9,9 +9,9 @@
 
 namespace comm::transport {
 
-bool InstanceLock::take(const RuntimeDirectory& directory, const Identity& identity) {
+bool InstanceLock::take(const RuntimeDirectory& directory, const Identity& identity, const ipl::string& scope) {
     m_directory = &directory;
-    m_fileName = identity.fileName + ".lock";
+    m_fileName = identity.fileName + scope + ".lock";
     // A holder that releases removes the file, perhaps just after this opened it: then the lock is worth nothing.
     for (bool locked = false; !locked || !isCurrent();)
         if (openCurrent(identity, locked)) return true;

@@ -7,7 +7,7 @@
 
 namespace comm::transport {
 
-/// A call on its way into a ring, as far as it has not been written. The bytes belong to somebody else.
+/// A call on its way, as far as it has not been written. The bytes belong to somebody else.
 struct Outgoing {
     explicit Outgoing(const Message& message)
         : handleSize(message.handleSize), withArray(message.data), length(message.data ? message.data->size : 0) {

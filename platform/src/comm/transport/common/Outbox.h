@@ -6,11 +6,10 @@
 #include <memory>
 
 #include "Outgoing.h"
-#include "RingWriter.h"
 
 namespace comm::transport {
 
-/// The calls that a full ring did not take, in order. Not safe for several threads at once.
+/// The calls that a connection had no room for, in order. Not safe for several threads at once.
 class Outbox {
   public:
     /// What it holds at most: a whole burst of the largest kind that the bench sends, and then some.
@@ -23,8 +22,11 @@ class Outbox {
     /// Appends a copy of what is left of a call. True when there is no memory for it.
     bool append(const Outgoing& call);
 
-    /// Writes on what is waiting, as far as there is room.
-    RingWriter::Result flush(RingWriter& ring);
+    /// Hands what is waiting to `write(Outgoing&)` in order, as long as that takes all of a call and returns true.
+    template <class Write>
+    void flush(Write write) {
+        while (!m_calls.empty() && write(m_calls.front().call)) pop();
+    }
 
   private:
     struct Kept {
@@ -32,6 +34,8 @@ class Outbox {
         std::size_t size;  // what it counts for
         Outgoing call;
     };
+
+    void pop();
 
     std::deque<Kept> m_calls;
     std::size_t m_size = 0;

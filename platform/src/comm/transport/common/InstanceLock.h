@@ -10,8 +10,9 @@ namespace comm::transport {
 /// ends; what then remains is a file that locks nothing.
 class InstanceLock {
   public:
-    /// Takes the lock. True on failure, with the reason in the error storage, which names the process that holds it.
-    bool take(const RuntimeDirectory& directory, const Identity& identity);
+    /// Takes the lock for a scope, within which there may be one of the identity. True on failure, with the reason in
+    /// the error storage, which names the process that holds it.
+    bool take(const RuntimeDirectory& directory, const Identity& identity, const ipl::string& scope);
 
     /// Drops the lock and removes its file.
     void release();

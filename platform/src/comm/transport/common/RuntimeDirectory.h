@@ -21,6 +21,9 @@ class RuntimeDirectory {
     /// The address of a socket in it. A path that is longer than an address holds is led through the open directory.
     sockaddr_un address(const ipl::string& fileName) const;
 
+    /// What tells it from every other directory of this machine.
+    ipl::string id() const;
+
     /// A file's path, for messages.
     ipl::string pathOf(const ipl::string& fileName) const { return m_path + '/' + fileName; }
 
