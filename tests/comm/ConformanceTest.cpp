@@ -23,11 +23,21 @@ std::string takeReason() {
     return text;
 }
 
-class Conformance : public testing::TestWithParam<const char*> {
+struct Transport {
+    const char* processName;
+    /// What a process has sent arrives also when it is killed at once. A network takes only so much at a time, and what
+    /// it has not taken dies with the process.
+    bool keepsWhatTheKilledHaveSent;
+};
+
+class Conformance : public testing::TestWithParam<Transport> {
   protected:
     void TearDown() override { ipl::ErrorStorage::ack(); }
 
-    RunningAgent agent{GetParam()};
+    // What the other process does: see comm_peer.
+    static std::string peer(const std::string& arguments) { return GetParam().processName + (' ' + arguments); }
+
+    RunningAgent agent{GetParam().processName};
 };
 
 class LifecycleLog final : public comm::LifecycleListener {
@@ -299,7 +309,7 @@ TEST_P(Conformance, AListenerMayDestroyItsProxyAsSoonAsItIsAlive) {
 }
 
 TEST_P(Conformance, AKilledServiceIsNoticedAndReplaced) {
-    auto killed = std::make_unique<PeerProcess>("serve 1");
+    auto killed = std::make_unique<PeerProcess>(peer("serve 1"));
     ASSERT_EQ(killed->readLine(), "serving");
     TestProxy proxy(1);
     ASSERT_FALSE(proxy.connect());
@@ -320,17 +330,20 @@ TEST_P(Conformance, AKilledServiceIsNoticedAndReplaced) {
 TEST_P(Conformance, AKilledClientIsNoticedAfterItsLastMessage) {
     TestService service(1);
     ASSERT_FALSE(service.registration().registerService());
-    PeerProcess client("call 1 50 100000");
+    PeerProcess client(peer("call 1 50 100000"));
     ASSERT_EQ(client.readLine(), "called");
     client.kill();
     ASSERT_TRUE(service.log.waitFor("disconnected"));
     EXPECT_EQ(service.log.all().front(), "connected");
     EXPECT_EQ(service.log.all().back(), "disconnected");
-    EXPECT_EQ(service.log.all().size(), 52U);
+    if (GetParam().keepsWhatTheKilledHaveSent)
+        EXPECT_EQ(service.log.all().size(), 52U);
+    else
+        EXPECT_LE(service.log.all().size(), 52U);
 }
 
 TEST_P(Conformance, AStoppedReceiverDoesNotHoldUpItsSender) {
-    PeerProcess receiver("serve 1");
+    PeerProcess receiver(peer("serve 1"));
     ASSERT_EQ(receiver.readLine(), "serving");
     TestProxy proxy(1);
     ASSERT_FALSE(proxy.connect());
@@ -349,7 +362,7 @@ TEST_P(Conformance, AStoppedReceiverDoesNotHoldUpItsSender) {
 }
 
 TEST_P(Conformance, ASenderThatIsNeverHeardEndsItsConnectionInsteadOfFillingTheMemory) {
-    PeerProcess receiver("serve 1");
+    PeerProcess receiver(peer("serve 1"));
     ASSERT_EQ(receiver.readLine(), "serving");
     TestProxy proxy(1);
     ASSERT_FALSE(proxy.connect());
@@ -374,6 +387,11 @@ TEST_P(Conformance, AMessageBeyondTheLimitIsRefusedAndTheNextOneArrives) {
     EXPECT_EQ(service.log.all().size(), 2U);
 }
 
-INSTANTIATE_TEST_SUITE_P(Local, Conformance, testing::Values("testclient"));
+std::string nameOf(const testing::TestParamInfo<Transport>& info) {
+    return info.param.processName;
+}
+
+INSTANTIATE_TEST_SUITE_P(Local, Conformance, testing::Values(Transport{"testclient", true}), nameOf);
+INSTANTIATE_TEST_SUITE_P(Dds, Conformance, testing::Values(Transport{"ddsclient", false}), nameOf);
 
 }  // namespace

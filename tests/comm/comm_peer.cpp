@@ -1,7 +1,7 @@
 // The other process of the conformance tests.
 //
-//   comm_peer serve INSTANCE             registers, then tells every event in a line
-//   comm_peer call INSTANCE COUNT SIZE   connects, calls COUNT times with an array of SIZE bytes, and stays
+//   comm_peer PROCNAME serve INSTANCE             registers, then tells every event in a line
+//   comm_peer PROCNAME call INSTANCE COUNT SIZE   connects, calls COUNT times with an array of SIZE bytes, and stays
 #include <unistd.h>
 
 #include <cstdio>
@@ -48,13 +48,14 @@ int call(std::uint32_t instance, unsigned count, std::uint32_t size) {
 
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
-    comm::AgentStarter starter("testclient", "local");
+    if (argc < 4) return 2;
+    comm::AgentStarter starter(argv[1], "local");
     comm::AgentStartStatus status;
     starter.start(&status, true);
-    if (argc < 3 || status.waitUntilStarted(10000) != comm::AgentStartStatus::Started) return 2;
-    const auto instance = static_cast<std::uint32_t>(std::atoi(argv[2]));
-    if (std::string(argv[1]) == "serve") return serve(instance);
-    return argc < 5 ? 2
-                    : call(instance, static_cast<unsigned>(std::atoi(argv[3])),
-                           static_cast<std::uint32_t>(std::atoi(argv[4])));
+    if (status.waitUntilStarted(10000) != comm::AgentStartStatus::Started) return 2;
+    const auto instance = static_cast<std::uint32_t>(std::atoi(argv[3]));
+    if (std::string(argv[2]) == "serve") return serve(instance);
+    return argc < 6 ? 2
+                    : call(instance, static_cast<unsigned>(std::atoi(argv[4])),
+                           static_cast<std::uint32_t>(std::atoi(argv[5])));
 }

@@ -8,11 +8,17 @@ EndToEndTest::EndToEndTest() {
     EXPECT_NE(::mkdtemp(path.data()), nullptr);
     m_runtimeDirectory = path;
     ::setenv("XDG_RUNTIME_DIR", path.c_str(), 1);
+    ::setenv("XDG_CONFIG_HOME", path.c_str(), 1);
     ::setenv("TERM", "xterm", 1);
     // What the leak sanitizer, where it is built in, may lose: a shell's services, which live as long as the process,
     // and the two texts that libedit copies for each function that is added to it.
     std::ofstream(m_runtimeDirectory / "leaks") << "leak:ZidShell::handleStartService\nleak:wcsdup\n";
     ::setenv("LSAN_OPTIONS", ("print_suppressions=0:suppressions=" + path + "/leaks").c_str(), 1);
+}
+
+void EndToEndTest::configure(const std::string& processName, const std::string& text) const {
+    std::filesystem::create_directory(m_runtimeDirectory / "comm");
+    std::ofstream(configuration(processName)) << text;
 }
 
 EndToEndTest::~EndToEndTest() {

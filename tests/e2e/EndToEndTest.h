@@ -18,6 +18,12 @@ class EndToEndTest : public testing::Test {
     /// Where the programs keep their sockets and locks.
     std::filesystem::path meetingPlace() const { return m_runtimeDirectory / "zidbench"; }
 
+    /// The agent's configuration of the programs of that name; a test without one has none.
+    std::filesystem::path configuration(const std::string& processName) const {
+        return m_runtimeDirectory / "comm" / (processName + ".toml");
+    }
+    void configure(const std::string& processName, const std::string& text) const;
+
     /// A message test from its start to its report, in a shell. It lasts until a burst was answered.
     static Report runTest(Program& shell, int instance, const std::string& parameters = "--delay 0");
 

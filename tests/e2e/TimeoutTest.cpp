@@ -1,11 +1,8 @@
-#include <fcntl.h>
-#include <sys/file.h>
-#include <unistd.h>
-
 #include <fstream>
 
 #include "EndToEndTest.h"
 #include "ProcessState.h"
+#include "ScriptTurn.h"
 
 namespace {
 
@@ -13,17 +10,11 @@ constexpr const char* ScriptFolder = "/yst";
 constexpr const char* Script = "/yst/bin/zidtimeout.sh";
 constexpr const char* NotStarted = "unable to trigger script /yst/bin/zidtimeout.sh";
 
-// The script's place is the same for all tests of the machine, so they take turns.
 class TimeoutTest : public EndToEndTest {
   protected:
-    TimeoutTest() : m_turn(::open("/tmp", O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
-        EXPECT_EQ(::flock(m_turn, LOCK_EX), 0);
-    }
-
     ~TimeoutTest() override {
         std::error_code ignored;
         if (m_installed) std::filesystem::remove_all(ScriptFolder, ignored);
-        ::close(m_turn);
     }
 
     void SetUp() override {
@@ -50,7 +41,7 @@ class TimeoutTest : public EndToEndTest {
     }
 
   private:
-    int m_turn;
+    const ScriptTurn m_turn;
     bool m_installed = false;
 };
 

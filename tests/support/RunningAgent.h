@@ -1,22 +1,36 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <optional>
+#include <string>
 
 #include "TemporaryDirectory.h"
 #include "comm/AgentStartStatus.h"
 #include "comm/AgentStarter.h"
 
-/// An agent of this process whose registrations nobody else on the machine sees.
+/// An agent of this process whose registrations nobody else on the machine sees. The process name "ddsclient" gives it
+/// the transport between machines, here through loopback.
 class RunningAgent {
   public:
     explicit RunningAgent(const char* processName = "testclient") : m_starter(std::in_place, processName, "local") {
         ::setenv("XDG_RUNTIME_DIR", m_directory.path().c_str(), 1);
+        ::setenv("XDG_CONFIG_HOME", m_directory.path().c_str(), 1);
+        std::filesystem::create_directory(m_directory.path() + "/comm");
+        std::ofstream(m_directory.path() + "/comm/ddsclient.toml")
+            << "transport = \"dds\"\ndomain = " << domain()
+            << "\ninterface = \"lo\"\npeers = [\"localhost\"]\nlease_ms = 4000\n";
         m_starter->start(&m_status, true);
         EXPECT_EQ(m_status.waitUntilStarted(10000), comm::AgentStartStatus::Started);
     }
+
+    /// In which the transport between machines meets nobody else of this machine.
+    static std::uint32_t domain() { return static_cast<std::uint32_t>(::getpid()) % 230; }
 
     /// Ends the agent before this object.
     void end() { m_starter.reset(); }

@@ -12,8 +12,9 @@ class Agent;
 /// Starts the process's agent and ends it: what connects the process with others. A process has one agent at a time.
 class AgentStarter {
   public:
-    /// `processName` selects the agent's configuration. `location` is where the agent runs; there is "local", inside
-    /// this process.
+    /// `processName` selects the agent's configuration: comm/PROCESSNAME.toml in $XDG_CONFIG_HOME, or else in
+    /// ~/.config, and otherwise in /etc; without one the process reaches others on its machine. `location` is where the
+    /// agent runs; there is "local", inside this process.
     AgentStarter(const ipl::string& processName, const ipl::string& location);
     AgentStarter(const AgentStarter&) = delete;
     AgentStarter& operator=(const AgentStarter&) = delete;

@@ -1,0 +1,160 @@
+#include "DdsListener.h"
+
+#include <algorithm>
+#include <iterator>
+#include <vector>
+
+#include "DdsTransport.h"
+#include "comm/Error.h"
+
+namespace comm::transport {
+namespace {
+
+// Whose events this thread is telling.
+thread_local const DdsListener* telling = nullptr;
+
+}  // namespace
+
+DdsListener::DdsListener(DdsTransport& transport, const TrackedBase::IdentityArgs& identity,
+                         std::shared_ptr<ListenerEvents> events)
+    : m_transport(transport), m_identity(identity), m_events(std::move(events)) {}
+
+bool DdsListener::open() {
+    if (m_lock.take(m_transport.directory(), m_identity, m_transport.lockScope())) return true;
+    util::Thread::Runnable& runnable = *this;
+    m_thread =
+        std::make_unique<util::Thread>(runnable, "dispatch_" + std::to_string(m_identity.key.instance), false, 0);
+    // The thread keeps this object, as it may be closed from one of its own callbacks.
+    m_self = shared_from_this();
+    const auto mine = Registration::ofThisProcess(m_identity, m_transport.engine().newName(), m_transport.directory());
+    if (!isTakenElsewhere(mine)) {
+        m_reader = m_transport.engine().createReader(mine.name, mine.description(), *this);
+        if (m_reader && !m_thread->start()) return false;
+    }
+    m_self.reset();
+    m_reader.reset();
+    m_lock.release();
+    return true;
+}
+
+bool DdsListener::isTakenElsewhere(const Registration& mine) const {
+    m_transport.registrations().update();
+    const auto other = m_transport.registrations().find(mine.key());
+    if (!other || other->sharesPlaceWith(mine)) return false;
+    return error::record(Error::InstanceTaken, m_identity.display + " is registered by " + other->owner, __FILE__,
+                         __LINE__);
+}
+
+void DdsListener::close() {
+    m_closing = true;
+    m_signal.raise();
+    if (telling == this) {
+        m_transport.keep(std::move(m_thread));
+    } else {
+        (void)m_thread->join();               // it runs, so it can be joined
+        const std::scoped_lock turn(m_turn);  // after a thread of the engine that is telling a call
+    }
+    m_transport.disposal().add(std::move(m_reader), [self = shared_from_this()] {});
+    m_lock.release();
+}
+
+void DdsListener::callsCame(dds_entity_t reader) {
+    if (m_closing) return;
+    m_queue.take(reader);
+    if (!Engine::isWriting()) {
+        const std::unique_lock turn(m_turn, std::try_to_lock);
+        if (turn && dispatchCalls()) return;
+    }
+    m_signal.raise();
+}
+
+void DdsListener::writersChanged() {
+    m_writersChanged = true;
+    m_signal.raise();
+}
+
+void DdsListener::run(util::Thread const* const /*thread*/) {
+    const std::shared_ptr<DdsListener> self = std::move(m_self);
+    while (!m_closing) {
+        m_signal.wait();
+        m_signal.clear();
+        const std::scoped_lock turn(m_turn);
+        serve();
+    }
+}
+
+// A call may come before the news that its writer is there, and after the news that it is gone.
+void DdsListener::serve() {
+    do {
+        while (!dispatchCalls()) {
+            m_writersChanged = true;
+            meet(m_calls[m_next].writer);
+        }
+        if (m_writersChanged.exchange(false)) followWriters();
+    } while (m_writersChanged && !m_closing);
+}
+
+// Tells the calls that wait, in order; false when the next one is of a writer that was not met.
+bool DdsListener::dispatchCalls() {
+    for (;; ++m_next) {
+        if (m_next == m_calls.size()) {
+            m_next = 0;
+            if (!m_queue.exchange(m_calls)) return true;
+        }
+        if (m_closing) continue;
+        if (!m_writers.contains(m_calls[m_next].writer)) return false;
+        dispatch(m_calls[m_next]);
+    }
+}
+
+void DdsListener::dispatch(const CallQueue::Call& call) {
+    telling = this;
+    m_events->received({call.withArray ? call.array : m_noArray, call.handleSize});
+    telling = nullptr;
+}
+
+void DdsListener::meet(dds_instance_handle_t writer) {
+    if (m_closing || !m_writers.insert(writer).second) return;
+    telling = this;
+    m_events->connected();
+    telling = nullptr;
+}
+
+// Who has gone is seen off before its successor is let in, and after its last call.
+void DdsListener::followWriters() {
+    const Writers matched = matchedWriters();
+    Writers gone;
+    std::ranges::set_difference(m_writers, matched, std::inserter(gone, gone.end()));
+    if (!gone.empty() && !dispatchCalls()) m_writersChanged = true;
+    for (const dds_instance_handle_t writer : gone) {
+        if (m_closing) return;
+        m_writers.erase(writer);
+        telling = this;
+        m_events->disconnected();
+        telling = nullptr;
+    }
+    for (const dds_instance_handle_t writer : matched) meet(writer);
+}
+
+DdsListener::Writers DdsListener::matchedWriters() const {
+    std::vector<dds_instance_handle_t> handles(16);
+    for (;;) {
+        const dds_return_t count = ::dds_get_matched_publications(m_reader.handle(), handles.data(), handles.size());
+        if (count <= 0) return {};
+        const bool complete = static_cast<std::size_t>(count) <= handles.size();
+        handles.resize(static_cast<std::size_t>(count));
+        if (!complete) continue;
+        std::erase_if(handles, [this](dds_instance_handle_t writer) { return isOfKilled(writer); });
+        return {handles.begin(), handles.end()};
+    }
+}
+
+bool DdsListener::isOfKilled(dds_instance_handle_t writer) const {
+    dds_builtintopic_endpoint_t* const data = ::dds_get_matched_publication_data(m_reader.handle(), writer);
+    if (data == nullptr) return false;
+    const bool killed = m_transport.registrations().isKilled(data->participant_key);
+    ::dds_builtintopic_free_endpoint(data);
+    return killed;
+}
+
+}  // namespace comm::transport

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <optional>
+
+#include "Engine.h"
+#include "Registration.h"
+
+namespace comm::transport {
+
+/// The registrations of the whole domain, as far as they have been discovered. Any thread.
+class Registrations {
+  public:
+    /// Begins to discover; `changed` is raised when `update` has something to do. True on failure, with the reason in
+    /// the error storage.
+    [[nodiscard]] bool open(const Engine& engine, Signal& changed);
+
+    /// Takes in what has been discovered. Warns of registrations that should not be.
+    void update();
+
+    /// The newest one of an identity.
+    std::optional<Registration> find(const ipl::string& key) const;
+    bool isAlive(const ipl::string& name) const;
+
+    /// Whether the process of that participant was killed, although its lease has not run out yet: another one has
+    /// taken over a registration of it in the same place, which a lock makes impossible while it lives.
+    bool isKilled(const dds_guid_t& participant) const;
+
+  private:
+    using Guid = std::array<std::uint8_t, sizeof(dds_guid_t)>;
+    struct Entry {
+        std::uint64_t order;  // in which they were discovered
+        Guid participant;
+        Registration registration;
+    };
+
+    static Guid key(const dds_guid_t& guid);
+    bool take();
+    void appeared(const dds_builtintopic_endpoint_t& reader);
+    void warnOfStranger(const ipl::string& typeName);
+    void supersede(const Entry& successor);
+    void warnOfRivals(const Registration& registration) const;
+
+    // Guards what follows.
+    mutable std::mutex m_mutex;
+    Entity m_reader;
+    std::map<Guid, Entry> m_alive;
+    std::map<Guid, Guid> m_superseded;  // readers that are still believed to live, and their participants
+    std::uint64_t m_discovered = 0;
+    bool m_strangerTold = false;
+};
+
+}  // namespace comm::transport
