@@ -36,7 +36,9 @@ double seconds(const timeval& time) {
     sigset_t none;
     sigemptyset(&none);
     ::sigprocmask(SIG_SETMASK, &none, nullptr);
-    if (!runtimeDirectory.empty()) ::setenv("XDG_RUNTIME_DIR", runtimeDirectory.c_str(), 1);
+    if (!runtimeDirectory.empty())
+        for (const char* variable : {"XDG_RUNTIME_DIR", "XDG_CONFIG_HOME"})
+            ::setenv(variable, runtimeDirectory.c_str(), 1);
 
     std::vector<char*> arguments;
     arguments.reserve(command.size() + 1);

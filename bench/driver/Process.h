@@ -28,8 +28,9 @@ class Process {
     ~Process();
 
     /// Starts `command`: the program, by its path or its name in PATH, and its arguments; call it once. With a
-    /// `runtimeDirectory` that is the child's XDG_RUNTIME_DIR. Returns true on failure, with the reason in `errno`; a
-    /// program that cannot be executed is no failure here but a child that ends with status 127 and says why.
+    /// `runtimeDirectory` that is the child's XDG_RUNTIME_DIR and XDG_CONFIG_HOME. Returns true on failure, with the
+    /// reason in `errno`; a program that cannot be executed is no failure here but a child that ends with status 127
+    /// and says why.
     [[nodiscard]] bool start(std::vector<std::string> command, const std::string& runtimeDirectory = {});
 
     /// Writes to the child's standard input. Returns true when the child does not take all of it.

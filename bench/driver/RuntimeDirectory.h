@@ -4,9 +4,13 @@
 
 namespace bench {
 
-/// A fresh directory that only this user can enter; it is removed with all it holds when the object ends.
+/// A fresh directory that only this user can enter; it is removed with all it holds when the object ends. Programs that
+/// are started in it find their configuration there too.
 class RuntimeDirectory {
   public:
+    /// The name of the processes that are to use the transport between machines, here through loopback.
+    static constexpr const char* DdsProcessName = "dds";
+
     RuntimeDirectory();
     RuntimeDirectory(const RuntimeDirectory&) = delete;
     RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;

@@ -8,11 +8,11 @@
 namespace bench {
 
 void Verdicts::wantAtLeast(double least, const std::string& what, double figure) {
-    m_verdicts.push_back({what, figure, ">= " + decimal(least, 1), figure >= least});
+    m_verdicts.push_back({what, figure, ">= " + decimal(least, 2), figure >= least});
 }
 
 void Verdicts::wantAtMost(double most, const std::string& what, double figure) {
-    m_verdicts.push_back({what, figure, "<= " + decimal(most, 1), figure <= most});
+    m_verdicts.push_back({what, figure, "<= " + decimal(most, 2), figure <= most});
 }
 
 bool Verdicts::print(bool markdown) const {

@@ -40,6 +40,7 @@ class Comparison {
 
     void print(const Pair& pair, const Result& result, double zidbenchRate);
     void judge(const Pair& pair, const std::vector<Result>& results);
+    void judgeDds(const Pair& pair, const Result& zidbench, const std::vector<Result>& libraries);
     void judgeRate(double least, const Pair& pair, const Result& zidbench, const Result& other);
     void printSpreads() const;
 

@@ -7,7 +7,7 @@ namespace bench {
 
 /// One of the programs that are compared.
 struct Program {
-    enum class Kind { Zidbench, PlainExchange, PlainRing, Library };
+    enum class Kind { Zidbench, ZidbenchDds, PlainExchange, PlainRing, Library };
 
     Kind kind;
     std::string name;       ///< in the table
@@ -17,9 +17,10 @@ struct Program {
 };
 
 /// In the order in which they take turns: zidbench first.
-inline std::vector<Program> programs(bool withPeers) {
+inline std::vector<Program> programs(bool withPeers, bool withDds) {
     using Kind = Program::Kind;
     std::vector<Program> all{{Kind::Zidbench, "zidbench", {}}, {Kind::PlainExchange, "plain exchange", {}}};
+    if (withDds) all.push_back({Kind::ZidbenchDds, "zidbench, DDS", {}});
     if (!withPeers) return all;
     all.push_back({Kind::PlainRing, "plain ring", "shm"});
     for (const char* library : {"zmq", "nng", "iox", "dds", "dbus"}) all.push_back({Kind::Library, library, library});

@@ -27,10 +27,11 @@ std::optional<Measurement> measured(const Process& process, int status, const Re
 
 std::optional<Measurement> Runner::run(const Program& program, const Pair& pair) {
     if (program.isPeer()) return runPeer(program, pair);
-    return program.kind == Program::Kind::Zidbench ? runZidbench(pair) : runPlainExchange(pair);
+    if (program.kind == Program::Kind::PlainExchange) return runPlainExchange(pair);
+    return runZidbench(pair, program.kind == Program::Kind::ZidbenchDds);
 }
 
-std::optional<Measurement> Runner::runZidbench(const Pair& pair) {
+std::optional<Measurement> Runner::runZidbench(const Pair& pair, bool overDds) {
     const RuntimeDirectory directory;
     Process service(std::string("zidbench -s ") + Instance);
     Process client("zidbench (client " + pair.text() + ")");
@@ -38,8 +39,9 @@ std::optional<Measurement> Runner::runZidbench(const Pair& pair) {
         tell(client, std::string("has no runtime directory: ") + std::strerror(errno));
         return std::nullopt;
     }
-    if (start(service, {m_options.zidbench, "-s", Instance}, directory.path()) ||
-        start(client, {m_options.zidbench}, directory.path()) || test(pair, service, client))
+    const std::string name = overDds ? RuntimeDirectory::DdsProcessName : "local";
+    if (start(service, {m_options.zidbench, "-n", name, "-s", Instance}, directory.path()) ||
+        start(client, {m_options.zidbench, "-n", name}, directory.path()) || test(pair, service, client))
         return std::nullopt;
 
     service.kill();

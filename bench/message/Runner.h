@@ -28,7 +28,7 @@ class Runner {
 
   private:
     // The message test between a service process and a shell process, in a runtime directory of their own.
-    std::optional<Measurement> runZidbench(const Pair& pair);
+    std::optional<Measurement> runZidbench(const Pair& pair, bool overDds);
     std::optional<Measurement> runPlainExchange(const Pair& pair);
     std::optional<Measurement> runPeer(const Program& peer, const Pair& pair);
 

@@ -27,7 +27,7 @@ bool measure(bench::Runner& runner, const bench::Supervisor& supervisor, const b
 
 std::vector<bench::Result> noResults(bool withPeers) {
     std::vector<bench::Result> results;
-    for (const bench::Program& program : bench::programs(withPeers)) results.push_back({program, {}});
+    for (const bench::Program& program : bench::programs(withPeers, WITH_DDS)) results.push_back({program, {}});
     return results;
 }
 
