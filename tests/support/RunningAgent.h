@@ -15,16 +15,15 @@
 #include "comm/AgentStarter.h"
 
 /// An agent of this process whose registrations nobody else on the machine sees. The process name "ddsclient" gives it
-/// the transport between machines, here through loopback.
+/// the transport between machines, here through loopback; "ddsclient_short" does so with a short lease.
 class RunningAgent {
   public:
     explicit RunningAgent(const char* processName = "testclient") : m_starter(std::in_place, processName, "local") {
         ::setenv("XDG_RUNTIME_DIR", m_directory.path().c_str(), 1);
         ::setenv("XDG_CONFIG_HOME", m_directory.path().c_str(), 1);
         std::filesystem::create_directory(m_directory.path() + "/comm");
-        std::ofstream(m_directory.path() + "/comm/ddsclient.toml")
-            << "transport = \"dds\"\ndomain = " << domain()
-            << "\ninterface = \"lo\"\npeers = [\"localhost\"]\nlease_ms = 4000\n";
+        configure("ddsclient", 4000);
+        configure("ddsclient_short", 500);
         m_starter->start(&m_status, true);
         EXPECT_EQ(m_status.waitUntilStarted(10000), comm::AgentStartStatus::Started);
     }
@@ -39,6 +38,11 @@ class RunningAgent {
     std::string directory() const { return m_directory.path() + "/zidbench"; }
 
   private:
+    void configure(const std::string& name, int lease) const {
+        std::ofstream(m_directory.path() + "/comm/" + name + ".toml")
+            << "transport = \"dds\"\ninterface = \"lo\"\ndomain = " << domain() << "\nlease_ms = " << lease << '\n';
+    }
+
     TemporaryDirectory m_directory;
     comm::AgentStartStatus m_status;
     std::optional<comm::AgentStarter> m_starter;

@@ -20,13 +20,13 @@ void CallQueue::take(dds_entity_t reader) {
 // The engine's memory and an array's come from the same heap, so the engine may enlarge an array like its own.
 bool CallQueue::takeOne(dds_entity_t reader) {
     util::UInt8ArrayPtr array = newArray();
-    zidbench_Call call{0, false, {array->capacity, 0, array->data, true}};
+    zidbench_Call call{0, 0, false, {array->capacity, 0, array->data, true}};
     void* sample = &call;
     dds_sample_info_t info;
     const dds_return_t count = ::dds_take(reader, &sample, &info, 1, 1);
     *array = {call.array._length, call.array._buffer, call.array._maximum};
     if (count == 1 && info.valid_data) {
-        m_calls.push_back({info.publication_handle, call.handleSize, call.withArray, std::move(array)});
+        m_calls.push_back({info.publication_handle, call.number, call.handleSize, call.withArray, std::move(array)});
     } else {
         m_arrayBytes += array->capacity;
         m_arrays.push_back(std::move(array));

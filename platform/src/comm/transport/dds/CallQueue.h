@@ -14,6 +14,7 @@ class CallQueue {
   public:
     struct Call {
         dds_instance_handle_t writer;
+        std::uint64_t number;
         std::uint16_t handleSize;
         bool withArray;
         util::UInt8ArrayPtr array;  ///< also of a call without one: it is used again

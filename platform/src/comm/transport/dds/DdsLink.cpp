@@ -76,6 +76,7 @@ bool DdsLink::connect() {
     if (!registration || registration->name == m_refused || m_transport.hasPredecessor(*this)) return false;
     m_name = registration->name;
     m_writer = m_transport.engine().createWriter(m_name, m_transport.signal());
+    m_written = 0;
     m_madeAt = Clock::now();
     m_owner = registration->owner;
     return !m_writer;
@@ -114,9 +115,16 @@ bool DdsLink::send(const Message& message) {
     const Lock lock(m_mutex);
     if (!m_up) return refusal::notAlive(m_identity);
     if (!m_outbox.empty()) return keep(call);
-    if (!Engine::write(m_writer, call)) return false;
+    if (!write(call)) return false;
     m_transport.signal().raise();
     return keep(call);
+}
+
+// True if there is no room for it. The mutex is held.
+bool DdsLink::write(const Outgoing& call) {
+    if (Engine::write(m_writer, m_written + 1, call)) return true;
+    ++m_written;
+    return false;
 }
 
 // Keeps a call until there is room for it; true if it cannot be kept. The mutex is held.
@@ -137,7 +145,7 @@ void DdsLink::giveUp() {
 // Writes what waits, as far as there is room. True if more waits, or a closed link's calls for their receiver.
 bool DdsLink::flush() {
     const Lock lock(m_mutex);
-    m_outbox.flush([this](const Outgoing& call) { return !Engine::write(m_writer, call); });
+    m_outbox.flush([this](const Outgoing& call) { return !write(call); });
     if (!m_closed) return !m_outbox.empty();
     if (!isDrained()) return true;
     leave();

@@ -47,6 +47,7 @@ class DdsLink final : public Link, public std::enable_shared_from_this<DdsLink> 
     bool rise();
     bool waitsForMatch();
     bool isMatched() const;
+    bool write(const Outgoing& call);
     bool keep(const Outgoing& call);
     void giveUp();
     bool flush();
@@ -69,8 +70,9 @@ class DdsLink final : public Link, public std::enable_shared_from_this<DdsLink> 
     // Guards what follows: the connection and what waits for it. Held while a message is handed over.
     std::mutex m_mutex;
     Entity m_writer;
-    Clock::time_point m_madeAt;  // the writer
-    ipl::string m_owner;         // of the registration, for people; empty when told that the two do not fit
+    std::uint64_t m_written = 0;  // calls, with this writer
+    Clock::time_point m_madeAt;   // the writer
+    ipl::string m_owner;          // of the registration, for people; empty when told that the two do not fit
     Outbox m_outbox;
     bool m_up = false;
     bool m_givenUp = false;

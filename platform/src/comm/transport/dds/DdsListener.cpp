@@ -1,7 +1,6 @@
 #include "DdsListener.h"
 
 #include <algorithm>
-#include <iterator>
 #include <vector>
 
 #include "DdsTransport.h"
@@ -102,19 +101,24 @@ bool DdsListener::dispatchCalls() {
             if (!m_queue.exchange(m_calls)) return true;
         }
         if (m_closing) continue;
-        if (!m_writers.contains(m_calls[m_next].writer)) return false;
+        if (!m_connections.contains(m_calls[m_next].writer)) return false;
         dispatch(m_calls[m_next]);
     }
 }
 
+// A writer that was believed to be dead, and comes back without knowing it, repeats itself.
 void DdsListener::dispatch(const CallQueue::Call& call) {
+    std::uint64_t& last = m_connections.at(call.writer).lastCall;
+    if (call.number <= last) return;
+    last = call.number;
     telling = this;
     m_events->received({call.withArray ? call.array : m_noArray, call.handleSize});
     telling = nullptr;
 }
 
 void DdsListener::meet(dds_instance_handle_t writer) {
-    if (m_closing || !m_writers.insert(writer).second) return;
+    if (m_closing || m_connections.contains(writer)) return;
+    m_connections.emplace(writer, connectionOf(writer));
     telling = this;
     m_events->connected();
     telling = nullptr;
@@ -124,16 +128,35 @@ void DdsListener::meet(dds_instance_handle_t writer) {
 void DdsListener::followWriters() {
     const Writers matched = matchedWriters();
     Writers gone;
-    std::ranges::set_difference(m_writers, matched, std::inserter(gone, gone.end()));
+    for (const auto& [writer, connection] : m_connections)
+        if (!matched.contains(writer)) gone.insert(writer);
     if (!gone.empty() && !dispatchCalls()) m_writersChanged = true;
     for (const dds_instance_handle_t writer : gone) {
         if (m_closing) return;
-        m_writers.erase(writer);
+        remember(m_connections.at(writer));
+        m_connections.erase(writer);
         telling = this;
         m_events->disconnected();
         telling = nullptr;
     }
     for (const dds_instance_handle_t writer : matched) meet(writer);
+}
+
+DdsListener::Connection DdsListener::connectionOf(dds_instance_handle_t writer) const {
+    Connection connection{};
+    dds_builtintopic_endpoint_t* const data = ::dds_get_matched_publication_data(m_reader.handle(), writer);
+    if (data == nullptr) return connection;
+    std::ranges::copy(data->key.v, connection.writer.begin());
+    ::dds_builtintopic_free_endpoint(data);
+    const auto before = std::ranges::find(m_gone, connection.writer, &Connection::writer);
+    return before == m_gone.end() ? connection : *before;
+}
+
+void DdsListener::remember(const Connection& gone) {
+    constexpr std::size_t Most = 256;
+    std::erase_if(m_gone, [&](const Connection& other) { return other.writer == gone.writer; });
+    m_gone.push_back(gone);
+    if (m_gone.size() > Most) m_gone.pop_front();
 }
 
 DdsListener::Writers DdsListener::matchedWriters() const {

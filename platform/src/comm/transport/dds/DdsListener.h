@@ -1,6 +1,9 @@
 #pragma once
 
+#include <array>
 #include <atomic>
+#include <deque>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <set>
@@ -38,6 +41,11 @@ class DdsListener final : public Listener,
     void close() override;
 
   private:
+    using Guid = std::array<std::uint8_t, sizeof(dds_guid_t)>;
+    struct Connection {
+        Guid writer;
+        std::uint64_t lastCall;  // that was told
+    };
     using Writers = std::set<dds_instance_handle_t>;
 
     bool isTakenElsewhere(const Registration& mine) const;
@@ -49,6 +57,8 @@ class DdsListener final : public Listener,
     void dispatch(const CallQueue::Call& call);
     void meet(dds_instance_handle_t writer);
     void followWriters();
+    Connection connectionOf(dds_instance_handle_t writer) const;
+    void remember(const Connection& gone);
     Writers matchedWriters() const;
     bool isOfKilled(dds_instance_handle_t writer) const;
 
@@ -69,7 +79,8 @@ class DdsListener final : public Listener,
     CallQueue::Calls m_calls;
     std::size_t m_next = 0;  // of them
     const util::UInt8ArrayPtr m_noArray;
-    Writers m_writers;  // whose connection was told
+    std::map<dds_instance_handle_t, Connection> m_connections;  // that were told
+    std::deque<Connection> m_gone;
 };
 
 }  // namespace comm::transport

@@ -135,8 +135,9 @@ Entity Engine::createDiscovery(Signal& changed) const {
         "discovery");
 }
 
-bool Engine::write(const Entity& writer, const Outgoing& call) {
+bool Engine::write(const Entity& writer, std::uint64_t number, const Outgoing& call) {
     zidbench_Call sample{};
+    sample.number = number;
     sample.handleSize = call.handleSize;
     sample.withArray = call.withArray;
     sample.array._buffer = const_cast<std::uint8_t*>(call.rest.data());  // only read

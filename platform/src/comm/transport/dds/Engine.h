@@ -40,7 +40,7 @@ class Engine {
     Entity createDiscovery(Signal& changed) const;
 
     /// Writes a call. True if the engine has no room for it, also after a moment, or never again.
-    static bool write(const Entity& writer, const Outgoing& call);
+    static bool write(const Entity& writer, std::uint64_t number, const Outgoing& call);
     /// Whether the calling thread is inside `write`.
     static bool isWriting();
 
