@@ -2,6 +2,7 @@
 
 #include <dds/ddsrt/log.h>
 
+#include <algorithm>
 #include <chrono>
 #include <map>
 #include <mutex>
@@ -27,16 +28,19 @@ State& state() {
     return instance;
 }
 
-// A network that is down is told at every packet: the same again is not worth a line for a while.
+// A network that is down, or garbage that comes, is told at every packet. Lines that begin alike tell the same, and the
+// same again is not worth a line for a while.
 bool isRepetition(State& state, const ipl::string& line) {
+    constexpr std::size_t Beginning = 32;
     constexpr std::chrono::seconds Pause{10};
     const Clock::time_point now = Clock::now();
     std::erase_if(state.told, [&](const auto& item) { return now - item.second > Pause; });
-    return !state.told.emplace(line, now).second;
+    return !state.told.emplace(line.substr(0, Beginning), now).second;
 }
 
 void say(void* /*argument*/, const dds_log_data_t* data) {
-    ipl::string line(data->message, data->size);
+    constexpr std::size_t Longest = 300;
+    ipl::string line(data->message, std::min(data->size, Longest));
     while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.pop_back();
     State& log = state();
     const std::scoped_lock lock(log.mutex);
