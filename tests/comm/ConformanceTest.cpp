@@ -308,6 +308,21 @@ TEST_P(Conformance, AListenerMayDestroyItsProxyAsSoonAsItIsAlive) {
     EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "4", "disconnected"}));
 }
 
+TEST_P(Conformance, AConnectionEndsBeforeTheNextOneOfTheSameClientBegins) {
+    TestService service(1);
+    ASSERT_FALSE(service.registration().registerService());
+    std::vector<std::string> expected;
+    for (int round = 0; round < 20; ++round) {
+        TestProxy proxy(1);
+        ASSERT_FALSE(proxy.connect());
+        ASSERT_TRUE(proxy.isAlive());
+        proxy.call(1);
+        expected.insert(expected.end(), {"connected", "1", "disconnected"});
+    }
+    ASSERT_TRUE(service.log.waitForCount(expected.size()));
+    EXPECT_EQ(service.log.all(), expected);
+}
+
 TEST_P(Conformance, AKilledServiceIsNoticedAndReplaced) {
     auto killed = std::make_unique<PeerProcess>(peer("serve 1"));
     ASSERT_EQ(killed->readLine(), "serving");

@@ -82,15 +82,18 @@ void DdsListener::run(util::Thread const* const /*thread*/) {
     }
 }
 
-// A call may come before the news that its writer is there, and after the news that it is gone.
+// News of writers go before the first call of one that was not met. That call may still come before the news of its
+// writer, or after the news that it is gone.
 void DdsListener::serve() {
-    do {
-        while (!dispatchCalls()) {
-            m_writersChanged = true;
-            meet(m_calls[m_next].writer);
-        }
+    for (;;) {
         if (m_writersChanged.exchange(false)) followWriters();
-    } while (m_writersChanged && !m_closing);
+        const bool allTold = dispatchCalls();
+        if (m_closing) return;
+        if (m_writersChanged) continue;
+        if (allTold) return;
+        meet(m_calls[m_next].writer);
+        m_writersChanged = true;
+    }
 }
 
 // Tells the calls that wait, in order; false when the next one is of a writer that was not met.
@@ -130,7 +133,7 @@ void DdsListener::followWriters() {
     Writers gone;
     for (const auto& [writer, connection] : m_connections)
         if (!matched.contains(writer)) gone.insert(writer);
-    if (!gone.empty() && !dispatchCalls()) m_writersChanged = true;
+    if (!gone.empty()) (void)dispatchCalls();
     for (const dds_instance_handle_t writer : gone) {
         if (m_closing) return;
         remember(m_connections.at(writer));
