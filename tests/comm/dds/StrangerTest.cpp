@@ -3,9 +3,10 @@
 #include <dds/dds.h>
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <memory>
 
 #include "RunningAgent.h"
+#include "StandardError.h"
 #include "Stranger.h"
 #include "TestService.h"
 
@@ -48,13 +49,12 @@ class StrangerTest : public testing::TestWithParam<Kind> {};
 
 TEST_P(StrangerTest, IsToldOfAndNotCalled) {
     RunningAgent agent("ddsclient");
-    testing::internal::CaptureStderr();
+    const StandardError errors;
     auto stranger = std::make_unique<Stranger>(TestIdentity(1), GetParam().typeName, GetParam().userData);
     TestProxy proxy(1);
     ASSERT_FALSE(proxy.connect());
-    std::this_thread::sleep_for(std::chrono::seconds(1));
+    EXPECT_TRUE(errors.waitFor(GetParam().warning)) << errors.said();
     EXPECT_FALSE(proxy.isAlive());
-    EXPECT_NE(testing::internal::GetCapturedStderr().find(GetParam().warning), std::string::npos);
 
     stranger.reset();
     TestService service(1);

@@ -26,7 +26,7 @@ DdsLink::DdsLink(DdsTransport& transport, const TrackedBase::IdentityArgs& ident
 bool DdsLink::open() {
     if (m_transport.add(shared_from_this())) return true;
     awaitDiscovery();
-    (void)follow();
+    if (follow()) m_transport.signal().raise();
     return false;
 }
 
