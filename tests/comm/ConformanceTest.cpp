@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <csignal>
 #include <thread>
@@ -308,8 +309,13 @@ TEST_P(Conformance, AListenerMayDestroyItsProxyAsSoonAsItIsAlive) {
     EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "4", "disconnected"}));
 }
 
+// For a service of which clients have come and gone before it has heard of them.
+void beSlow(const comm::Message& /*message*/) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+}
+
 TEST_P(Conformance, AConnectionEndsBeforeTheNextOneOfTheSameClientBegins) {
-    TestService service(1);
+    TestService service(1, beSlow);
     ASSERT_FALSE(service.registration().registerService());
     std::vector<std::string> expected;
     for (int round = 0; round < 20; ++round) {
@@ -321,6 +327,27 @@ TEST_P(Conformance, AConnectionEndsBeforeTheNextOneOfTheSameClientBegins) {
     }
     ASSERT_TRUE(service.log.waitForCount(expected.size()));
     EXPECT_EQ(service.log.all(), expected);
+}
+
+TEST_P(Conformance, ClientsThatHaveGoneAreHeardToTheirEnds) {
+    TestService service(1, beSlow);
+    ASSERT_FALSE(service.registration().registerService());
+    {
+        TestProxy first(1);
+        TestProxy second(1);
+        ASSERT_FALSE(first.connect());
+        for (int call = 0; call < 10; ++call) first.call(1);
+        ASSERT_FALSE(second.connect());
+        for (int call = 0; call < 10; ++call) {
+            first.call(1);
+            second.call(2);
+        }
+    }
+    ASSERT_TRUE(service.log.waitFor("disconnected", 2));
+    const std::vector<std::string> events = service.log.all();
+    EXPECT_EQ(std::ranges::count(events, "connected"), 2);
+    EXPECT_EQ(std::ranges::count(events, "1"), 20);
+    EXPECT_EQ(std::ranges::count(events, "2"), 10);
 }
 
 TEST_P(Conformance, AKilledServiceIsNoticedAndReplaced) {

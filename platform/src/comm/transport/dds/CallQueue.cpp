@@ -1,5 +1,7 @@
 #include "CallQueue.h"
 
+#include <algorithm>
+
 #include "Call.h"
 
 namespace comm::transport {
@@ -47,6 +49,11 @@ bool CallQueue::exchange(Calls& calls) {
     reuse(calls);
     calls.swap(m_calls);
     return !calls.empty();
+}
+
+bool CallQueue::contains(dds_instance_handle_t writer) const {
+    const std::scoped_lock lock(m_mutex);
+    return std::ranges::find(m_calls, writer, &Call::writer) != m_calls.end();
 }
 
 void CallQueue::reuse(Calls& done) {

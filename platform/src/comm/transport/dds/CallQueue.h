@@ -28,13 +28,16 @@ class CallQueue {
     /// receiver has not kept them. False if there are none. One thread at a time.
     bool exchange(Calls& calls);
 
+    /// Whether a call of that writer waits. Any thread.
+    bool contains(dds_instance_handle_t writer) const;
+
   private:
     bool takeOne(dds_entity_t reader);
     util::UInt8ArrayPtr newArray();
     void reuse(Calls& done);
 
     // Guards what follows, and makes calls that come on different threads stay in order.
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     Calls m_calls;
     ipl::vector<util::UInt8ArrayPtr> m_arrays;
     std::size_t m_arrayBytes = 0;

@@ -82,18 +82,12 @@ void DdsListener::run(util::Thread const* const /*thread*/) {
     }
 }
 
-// News of writers go before the first call of one that was not met. That call may still come before the news of its
-// writer, or after the news that it is gone.
+// The first call of a writer may come before the news that it is there.
 void DdsListener::serve() {
-    for (;;) {
+    do {
         if (m_writersChanged.exchange(false)) followWriters();
-        const bool allTold = dispatchCalls();
-        if (m_closing) return;
-        if (m_writersChanged) continue;
-        if (allTold) return;
-        meet(m_calls[m_next].writer);
-        m_writersChanged = true;
-    }
+        if (!dispatchCalls()) m_writersChanged = true;
+    } while (m_writersChanged && !m_closing);
 }
 
 // Tells the calls that wait, in order; false when the next one is of a writer that was not met.
@@ -127,13 +121,23 @@ void DdsListener::meet(dds_instance_handle_t writer) {
     telling = nullptr;
 }
 
-// Who has gone is seen off before its successor is let in, and after its last call.
+// Who has gone is seen off after its last call, and before its successor is let in. Who has come and gone already is
+// known by its calls alone. All calls of who has gone are there once it does not match any more.
 void DdsListener::followWriters() {
-    const Writers matched = matchedWriters();
+    Writers matched = matchedWriters();
+    while (!dispatchCalls()) {
+        matched = matchedWriters();
+        seeOff(matched);
+        meet(m_calls[m_next].writer);
+    }
+    seeOff(matched);
+    for (const dds_instance_handle_t writer : matched) meet(writer);
+}
+
+void DdsListener::seeOff(const Writers& matched) {
     Writers gone;
     for (const auto& [writer, connection] : m_connections)
-        if (!matched.contains(writer)) gone.insert(writer);
-    if (!gone.empty()) (void)dispatchCalls();
+        if (!matched.contains(writer) && !hasWaitingCalls(writer)) gone.insert(writer);
     for (const dds_instance_handle_t writer : gone) {
         if (m_closing) return;
         remember(m_connections.at(writer));
@@ -142,7 +146,12 @@ void DdsListener::followWriters() {
         m_events->disconnected();
         telling = nullptr;
     }
-    for (const dds_instance_handle_t writer : matched) meet(writer);
+}
+
+bool DdsListener::hasWaitingCalls(dds_instance_handle_t writer) const {
+    for (std::size_t i = m_next; i < m_calls.size(); ++i)
+        if (m_calls[i].writer == writer) return true;
+    return m_queue.contains(writer);
 }
 
 DdsListener::Connection DdsListener::connectionOf(dds_instance_handle_t writer) const {

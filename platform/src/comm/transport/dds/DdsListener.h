@@ -57,6 +57,8 @@ class DdsListener final : public Listener,
     void dispatch(const CallQueue::Call& call);
     void meet(dds_instance_handle_t writer);
     void followWriters();
+    void seeOff(const Writers& matched);
+    bool hasWaitingCalls(dds_instance_handle_t writer) const;
     Connection connectionOf(dds_instance_handle_t writer) const;
     void remember(const Connection& gone);
     Writers matchedWriters() const;
