@@ -136,12 +136,15 @@ TEST_P(Conformance, CallsOfOneRegistrationComeOneAtATime) {
     std::vector<std::thread> callers;
     for (int caller = 0; caller < 4; ++caller)
         callers.emplace_back([] {
-            TestProxy proxy(1);
-            EXPECT_FALSE(proxy.connect());
-            for (std::uint16_t i = 0; i < 200; ++i) proxy.call(1, countingArray(100, 0));
+            for (int connection = 0; connection < 10; ++connection) {
+                TestProxy proxy(1);
+                EXPECT_FALSE(proxy.connect());
+                EXPECT_TRUE(proxy.isAlive());
+                for (int i = 0; i < 20; ++i) proxy.call(1, countingArray(100, 0));
+            }
         });
     for (auto& caller : callers) caller.join();
-    ASSERT_TRUE(service.log.waitFor("disconnected", 4));
+    ASSERT_TRUE(service.log.waitFor("disconnected", 40));
     EXPECT_TRUE(service.log.waitFor("1", 800));
     EXPECT_FALSE(overlapped);
 }

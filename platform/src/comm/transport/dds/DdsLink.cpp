@@ -25,24 +25,27 @@ DdsLink::DdsLink(DdsTransport& transport, const TrackedBase::IdentityArgs& ident
 
 bool DdsLink::open() {
     if (m_transport.add(shared_from_this())) return true;
-    awaitDiscovery();
-    if (follow()) m_transport.signal().raise();
+    if (followUntilConnecting()) m_transport.signal().raise();
     return false;
 }
 
 // What lives may still be on its way to this process. Above all this is so for the registration that a client makes
-// just before it connects, and to which its service replies at once.
-void DdsLink::awaitDiscovery() {
+// just before it connects, and to which its service replies at once. True if the link has to follow again soon.
+bool DdsLink::followUntilConnecting() {
     constexpr std::chrono::milliseconds AtMost{500};
     const auto end = Clock::now() + AtMost;
-    while (!mayConnect() && Clock::now() < end) {
+    bool again = follow();
+    while (!isConnecting() && !m_closed && Clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         m_transport.registrations().update();
+        again = follow();
     }
+    return again;
 }
 
-bool DdsLink::mayConnect() {
-    return m_transport.registrations().find(m_key) && !m_transport.hasPredecessor(*this);
+bool DdsLink::isConnecting() {
+    const Lock lock(m_mutex);
+    return static_cast<bool>(m_writer);
 }
 
 bool DdsLink::follow() {

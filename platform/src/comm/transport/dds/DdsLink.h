@@ -40,8 +40,8 @@ class DdsLink final : public Link, public std::enable_shared_from_this<DdsLink> 
     using Clock = std::chrono::steady_clock;
     using Lock = std::scoped_lock<std::mutex>;
 
-    void awaitDiscovery();
-    bool mayConnect();
+    bool followUntilConnecting();
+    bool isConnecting();
     bool lose();
     bool connect();
     bool rise();
