@@ -6,13 +6,13 @@ namespace transport {
 
 IdleTimer::IdleTimer(Expire expire) : m_expire(std::move(expire)), m_thread([this] { run(); }) {}
 
-IdleTimer::~IdleTimer() {
+void IdleTimer::stop() {
     {
         const std::lock_guard lock(m_mutex);
         m_isStopping = true;
     }
     m_changed.notify_one();
-    m_thread.join();
+    if (m_thread.joinable()) m_thread.join();
 }
 
 void IdleTimer::arm(TimePoint due) {

@@ -20,8 +20,10 @@ class IdleTimer {
     explicit IdleTimer(Expire expire);
     IdleTimer(const IdleTimer&) = delete;
     IdleTimer& operator=(const IdleTimer&) = delete;
-    /// Waits for a call that runs.
-    ~IdleTimer();
+    ~IdleTimer() { stop(); }
+
+    /// Waits for a call that runs, and no further one comes. Not to be called by two threads at once.
+    void stop();
 
     /// The function is called at this time or before. Any thread may call it, each with times that do not go back.
     void arm(TimePoint due);

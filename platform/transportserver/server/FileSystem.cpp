@@ -44,6 +44,7 @@ const fuse_lowlevel_ops& FileSystem::operations() {
 }
 
 void FileSystem::abort() {
+    m_timer.stop();
     m_channels.abort(ECONNABORTED);
 }
 

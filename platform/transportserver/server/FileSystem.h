@@ -25,7 +25,7 @@ class FileSystem {
     /// The library's table of operations; their user data is the FileSystem.
     static const fuse_lowlevel_ops& operations();
 
-    /// Ends all waits; to be called when no operation runs or comes any more.
+    /// Ends all waits, and replies to nothing afterwards; to be called when no operation runs or comes any more.
     void abort();
 
   private:
