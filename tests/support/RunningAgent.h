@@ -1,7 +1,8 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
 #include <cstdint>
 #include <cstdlib>
@@ -29,7 +30,10 @@ class RunningAgent {
     }
 
     /// In which the transport between machines meets nobody else of this machine.
-    static std::uint32_t domain() { return static_cast<std::uint32_t>(::getpid()) % 230; }
+    static std::uint32_t domain() {
+        static const std::uint32_t own = takeDomain();
+        return own;
+    }
 
     /// Ends the agent before this object.
     void end() { m_starter.reset(); }
@@ -38,6 +42,19 @@ class RunningAgent {
     std::string directory() const { return m_directory.path() + "/zidbench"; }
 
   private:
+    // The name of a socket is taken until this process ends.
+    static std::uint32_t takeDomain() {
+        const int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        for (std::uint32_t domain = 1; domain <= 230; ++domain) {
+            const std::string name = "zidbench-test-domain-" + std::to_string(domain);
+            sockaddr_un address{AF_UNIX, {}};
+            name.copy(address.sun_path + 1, name.size());
+            if (::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) return domain;
+        }
+        ADD_FAILURE() << "no domain is free";
+        return 0;
+    }
+
     void configure(const std::string& name, int lease) const {
         std::ofstream(m_directory.path() + "/comm/" + name + ".toml")
             << "transport = \"dds\"\ninterface = \"lo\"\ndomain = " << domain() << "\nlease_ms = " << lease << '\n';
