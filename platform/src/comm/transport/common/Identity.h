@@ -15,9 +15,8 @@ struct Identity {
 
     const InstanceKey key;
     const ipl::UUID interfaceUuid;
-    const ipl::string display;  ///< for people: interface name and instance
-    const ipl::string
-        fileName;  ///< of what the registration keeps in the runtime directory; short, since addresses are
+    const ipl::string display;   ///< for people: interface name and instance
+    const ipl::string fileName;  ///< begins the names of the registration's files; short, since addresses are
 };
 
 }  // namespace comm::transport

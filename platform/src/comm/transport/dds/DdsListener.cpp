@@ -154,14 +154,20 @@ bool DdsListener::hasWaitingCalls(dds_instance_handle_t writer) const {
     return m_queue.contains(writer);
 }
 
-DdsListener::Connection DdsListener::connectionOf(dds_instance_handle_t writer) const {
-    Connection connection{};
+// Nothing if it does not match any more.
+std::optional<DdsListener::Origin> DdsListener::originOf(dds_instance_handle_t writer) const {
     dds_builtintopic_endpoint_t* const data = ::dds_get_matched_publication_data(m_reader.handle(), writer);
-    if (data == nullptr) return connection;
-    std::ranges::copy(data->key.v, connection.writer.begin());
+    if (data == nullptr) return std::nullopt;
+    const Origin origin{guidOf(data->key), guidOf(data->participant_key)};
     ::dds_builtintopic_free_endpoint(data);
-    const auto before = std::ranges::find(m_gone, connection.writer, &Connection::writer);
-    return before == m_gone.end() ? connection : *before;
+    return origin;
+}
+
+DdsListener::Connection DdsListener::connectionOf(dds_instance_handle_t writer) const {
+    const std::optional<Origin> origin = originOf(writer);
+    if (!origin) return {};
+    const auto before = std::ranges::find(m_gone, origin->writer, &Connection::writer);
+    return before == m_gone.end() ? Connection{origin->writer, 0} : *before;
 }
 
 void DdsListener::remember(const Connection& gone) {
@@ -185,11 +191,8 @@ DdsListener::Writers DdsListener::matchedWriters() const {
 }
 
 bool DdsListener::isOfKilled(dds_instance_handle_t writer) const {
-    dds_builtintopic_endpoint_t* const data = ::dds_get_matched_publication_data(m_reader.handle(), writer);
-    if (data == nullptr) return false;
-    const bool killed = m_transport.registrations().isKilled(data->participant_key);
-    ::dds_builtintopic_free_endpoint(data);
-    return killed;
+    const std::optional<Origin> origin = originOf(writer);
+    return origin && m_transport.registrations().isKilled(origin->participant);
 }
 
 }  // namespace comm::transport

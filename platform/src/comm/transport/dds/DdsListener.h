@@ -1,17 +1,18 @@
 #pragma once
 
-#include <array>
 #include <atomic>
 #include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <set>
 
 #include "../Transport.h"
 #include "../common/Identity.h"
 #include "../common/InstanceLock.h"
 #include "CallQueue.h"
+#include "Guid.h"
 #include "ReaderEvents.h"
 #include "Signal.h"
 #include "util/Thread.h"
@@ -41,7 +42,10 @@ class DdsListener final : public Listener,
     void close() override;
 
   private:
-    using Guid = std::array<std::uint8_t, sizeof(dds_guid_t)>;
+    struct Origin {
+        Guid writer;
+        Guid participant;
+    };
     struct Connection {
         Guid writer;
         std::uint64_t lastCall;  // that was told
@@ -59,6 +63,7 @@ class DdsListener final : public Listener,
     void followWriters();
     void seeOff(const Writers& matched);
     bool hasWaitingCalls(dds_instance_handle_t writer) const;
+    std::optional<Origin> originOf(dds_instance_handle_t writer) const;
     Connection connectionOf(dds_instance_handle_t writer) const;
     void remember(const Connection& gone);
     Writers matchedWriters() const;

@@ -56,8 +56,8 @@ bool Registrations::take() {
     if (count <= 0) return false;
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
         const auto& reader = *static_cast<const dds_builtintopic_endpoint_t*>(samples[i]);
-        m_alive.erase(key(reader.key));
-        m_superseded.erase(key(reader.key));
+        m_alive.erase(guidOf(reader.key));
+        m_superseded.erase(guidOf(reader.key));
         if (infos[i].instance_state == DDS_ALIVE_INSTANCE_STATE && infos[i].valid_data) appeared(reader);
     }
     (void)::dds_return_loan(m_reader.handle(), samples.data(), count);
@@ -69,10 +69,10 @@ void Registrations::appeared(const dds_builtintopic_endpoint_t& reader) {
     auto registration = Registration::discovered(partitionOf(reader.qos), userDataOf(reader.qos));
     if (!registration || std::strcmp(reader.type_name, Engine::typeName()) != 0)
         return warnOfStranger(reader.type_name);
-    Entry entry{++m_discovered, key(reader.participant_key), *std::move(registration)};
+    Entry entry{++m_discovered, guidOf(reader.participant_key), *std::move(registration)};
     supersede(entry);
     warnOfRivals(entry.registration);
-    m_alive.insert_or_assign(key(reader.key), std::move(entry));
+    m_alive.insert_or_assign(guidOf(reader.key), std::move(entry));
 }
 
 void Registrations::warnOfStranger(const ipl::string& typeName) {
@@ -101,15 +101,9 @@ void Registrations::warnOfRivals(const Registration& registration) const {
                  "warnOfRivals");
 }
 
-Registrations::Guid Registrations::key(const dds_guid_t& guid) {
-    Guid key;
-    std::ranges::copy(guid.v, key.begin());
-    return key;
-}
-
-bool Registrations::isKilled(const dds_guid_t& participant) const {
+bool Registrations::isKilled(const Guid& participant) const {
     const std::scoped_lock lock(m_mutex);
-    return std::ranges::any_of(m_superseded, [&](const auto& item) { return item.second == key(participant); });
+    return std::ranges::any_of(m_superseded, [&](const auto& item) { return item.second == participant; });
 }
 
 std::optional<Registration> Registrations::find(const ipl::string& key) const {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <mutex>
 #include <optional>
 
 #include "Engine.h"
+#include "Guid.h"
 #include "Registration.h"
 
 namespace comm::transport {
@@ -27,17 +27,15 @@ class Registrations {
 
     /// Whether the process of that participant was killed, although its lease has not run out yet: another one has
     /// taken over a registration of it in the same place, which a lock makes impossible while it lives.
-    bool isKilled(const dds_guid_t& participant) const;
+    bool isKilled(const Guid& participant) const;
 
   private:
-    using Guid = std::array<std::uint8_t, sizeof(dds_guid_t)>;
     struct Entry {
         std::uint64_t order;  // in which they were discovered
         Guid participant;
         Registration registration;
     };
 
-    static Guid key(const dds_guid_t& guid);
     bool take();
     void appeared(const dds_builtintopic_endpoint_t& reader);
     void warnOfStranger(const ipl::string& typeName);
