@@ -8,8 +8,9 @@ namespace comm {
 namespace {
 
 struct Current {
-    std::mutex mutex;  // guards `agent`
+    std::mutex mutex;  // guards what follows; no transport starts or ends under it
     std::shared_ptr<Agent> agent;
+    bool starting = false;
 };
 
 // Threads that outlive main still ask for it, so it is never destroyed.
@@ -28,46 +29,71 @@ std::shared_ptr<Agent> Agent::current() {
 
 bool Agent::start(const std::shared_ptr<Agent>& agent) {
     Current& current = currentAgent();
+    {
+        const std::scoped_lock lock(current.mutex);
+        if (current.agent != nullptr)
+            return error::record(Error::AgentRunning, current.agent->transport().description(), __FILE__, __LINE__);
+        if (current.starting) return error::record(Error::AgentRunning, "it is just starting", __FILE__, __LINE__);
+        current.starting = true;
+    }
+    const bool failed = agent->m_transport->start();
     const std::scoped_lock lock(current.mutex);
-    if (current.agent != nullptr)
-        return error::record(Error::AgentRunning, current.agent->transport().description(), __FILE__, __LINE__);
-    if (agent->m_transport->start()) return true;
-    current.agent = agent;
-    return false;
+    current.starting = false;
+    if (!failed) current.agent = agent;
+    return failed;
 }
 
+// Callbacks connect proxies, and that must not fail while there are callbacks: so registrations end first.
 void Agent::stop() {
-    {
-        Current& current = currentAgent();
-        const std::scoped_lock lock(current.mutex);
-        if (current.agent.get() == this) current.agent.reset();
-    }
-    References<SvcTracked> registrations;
-    References<ProxyTracked> proxies;
-    {
-        const std::scoped_lock lock(m_mutex);
-        m_ended = true;
-        registrations.swap(m_registrations);
-        proxies.swap(m_proxies);
-    }
-    for (const auto& [registration, reference] : registrations) registration->end(LifecycleImpl::Ended);
-    for (const auto& [proxy, reference] : proxies) proxy->disconnect();
+    endRegistrations();
+    forget();
+    endProxies();
     m_transport->stop();
 }
 
-template <class Record>
-bool Agent::addTo(References<Record>& references, Record& record) {
-    const std::scoped_lock lock(m_mutex);
-    if (m_ended) return error::record(Error::NoAgent, "the agent has ended", __FILE__, __LINE__);
-    references.emplace(&record, &record);
-    return false;
+void Agent::endRegistrations() {
+    References<SvcTracked> registrations;
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_takesRegistrations = false;
+        registrations = m_registrations;
+    }
+    for (const auto& [registration, reference] : registrations) registration->endWithAgent();
+}
+
+void Agent::endProxies() {
+    References<ProxyTracked> proxies;
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_takesProxies = false;
+        proxies = m_proxies;
+    }
+    for (const auto& [proxy, reference] : proxies) proxy->disconnect();
+}
+
+// From now on the process has no agent.
+void Agent::forget() {
+    Current& current = currentAgent();
+    const std::scoped_lock lock(current.mutex);
+    if (current.agent.get() == this) current.agent.reset();
 }
 
 bool Agent::add(SvcTracked& record) {
-    return addTo(m_registrations, record);
+    const std::scoped_lock lock(m_mutex);
+    if (!m_takesRegistrations) return refuse();
+    m_registrations.emplace(&record, &record);
+    return false;
 }
+
 bool Agent::add(ProxyTracked& record) {
-    return addTo(m_proxies, record);
+    const std::scoped_lock lock(m_mutex);
+    if (!m_takesProxies) return refuse();
+    m_proxies.emplace(&record, &record);
+    return false;
+}
+
+bool Agent::refuse() {
+    return error::record(Error::NoAgent, "the agent has ended", __FILE__, __LINE__);
 }
 
 void Agent::remove(SvcTracked& record) {

@@ -23,12 +23,14 @@ class Agent {
     /// Starts the transport and makes `agent` the process's own. True on failure, with the reason in the error storage.
     static bool start(const std::shared_ptr<Agent>& agent);
 
-    /// Withdraws all registrations, disconnects all proxies and ends the transport. Not on a callback's thread.
+    /// Withdraws all registrations, then disconnects all proxies, and ends the transport. As long as a callback may run,
+    /// it may still connect proxies. When it returns, no callback runs or will run. Once, not on a callback's thread.
     void stop();
 
     transport::Transport& transport() const { return *m_transport; }
 
-    /// Keep a record, for `stop`, until it is removed. True when the agent has ended, with the reason recorded.
+    /// Keep a record, for `stop`, until it is removed. True when the agent ends and takes no more of the kind, with the
+    /// reason in the error storage. Both take the agent's mutex alone, so the caller may hold the record's.
     bool add(SvcTracked& record);
     bool add(ProxyTracked& record);
     void remove(SvcTracked& record);
@@ -38,14 +40,17 @@ class Agent {
     template <class Record>
     using References = std::map<Record*, TrackedReferenceBase>;
 
-    template <class Record>
-    bool addTo(References<Record>& references, Record& record);
+    static bool refuse();
+    void endRegistrations();
+    void endProxies();
+    void forget();
 
     const std::unique_ptr<transport::Transport> m_transport;
 
     // Guards what follows. No record is released under it, since that may run its user's destructor.
     std::mutex m_mutex;
-    bool m_ended = false;
+    bool m_takesRegistrations = true;
+    bool m_takesProxies = true;
     References<SvcTracked> m_registrations;
     References<ProxyTracked> m_proxies;
 };

@@ -9,6 +9,11 @@ bool LifecycleImpl::isAlive() const {
     return m_state == Alive;
 }
 
+bool LifecycleImpl::hasEnded() const {
+    const std::scoped_lock lock(m_mutex);
+    return m_state == Ended;
+}
+
 bool LifecycleImpl::waitUntilDead() {
     std::unique_lock lock(m_mutex);
     m_changed.wait(lock, [this] { return m_state != Alive; });
@@ -22,16 +27,39 @@ bool LifecycleImpl::waitUntilAlive() {
     return m_state != Alive && error::record(Error::NotConnected, "waiting for a service", __FILE__, __LINE__);
 }
 
-void LifecycleImpl::changeTo(State state) {
-    const std::scoped_lock telling(m_telling);
-    bool changed = false;
-    {
-        const std::scoped_lock lock(m_mutex);
-        changed = (m_state == Alive) != (state == Alive);
-        m_state = state;
-        m_changed.notify_all();
+void LifecycleImpl::enter(State state) {
+    const std::scoped_lock lock(m_mutex);
+    if (m_state == Ended) return;
+    if (m_listener != nullptr && (m_state == Alive) != (state == Alive)) m_changes.push_back(state == Alive);
+    m_state = state;
+    m_changed.notify_all();
+}
+
+// A change that is entered while this thread leaves its turn would be nobody's, so it looks again after that.
+void LifecycleImpl::report() {
+    if (m_turn.isMine()) return reportAll();
+    for (;;) {
+        {
+            const std::scoped_lock lock(m_mutex);
+            if (m_changes.empty()) return;
+        }
+        if (!m_turn.tryEnter()) return;
+        reportAll();
+        m_turn.leave();
     }
-    if (changed && m_listener != nullptr) m_listener->lifecycleChanged(state == Alive);
+}
+
+void LifecycleImpl::reportAll() {
+    for (bool alive = false; takeChange(alive);) m_listener->lifecycleChanged(alive);
+}
+
+// False if there is none.
+bool LifecycleImpl::takeChange(bool& alive) {
+    const std::scoped_lock lock(m_mutex);
+    if (m_changes.empty()) return false;
+    alive = m_changes.front();
+    m_changes.pop_front();
+    return true;
 }
 
 }  // namespace comm

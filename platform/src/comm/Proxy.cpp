@@ -12,7 +12,7 @@ Proxy::~Proxy() {
 }
 
 bool Proxy::isAlive() const {
-    return tracked() != nullptr && tracked()->isAlive();
+    return tracked()->isAlive();
 }
 bool Proxy::isDead() const {
     return tracked()->isDead();
@@ -25,8 +25,7 @@ bool Proxy::waitUntilAlive() {
 }
 
 void Proxy::cleanup() {
-    if (tracked() != nullptr) tracked()->disconnect();
-    m_tracked = TrackedReferenceBase();
+    tracked()->disconnect();
 }
 
 bool Proxy::connect() {

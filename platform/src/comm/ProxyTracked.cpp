@@ -31,6 +31,19 @@ class ConnectedObject final : public InterfaceObject {
 
 }  // namespace
 
+// Keeps the record until the link is closed, however late an event comes.
+class ProxyTracked::Events final : public transport::LinkEvents {
+  public:
+    explicit Events(ProxyTracked& record) : m_record(record), m_reference(&record) {}
+
+    void up() override { m_record.become(Connected, Alive); }
+    void down() override { m_record.become(Unreachable, Dead); }
+
+  private:
+    ProxyTracked& m_record;
+    const TrackedReferenceBase m_reference;
+};
+
 ProxyTracked::ProxyTracked(const IdentityArgs& identity, LifecycleListener* listener)
     : TrackedBase(identity),
       LifecycleImpl(Initial, listener),
@@ -39,44 +52,62 @@ ProxyTracked::ProxyTracked(const IdentityArgs& identity, LifecycleListener* list
 ProxyTracked::~ProxyTracked() = default;
 
 bool ProxyTracked::connect() {
+    const TrackedReferenceBase kept(this);
     const std::shared_ptr<Agent> agent = Agent::current();
     if (agent == nullptr) return error::record(Error::NoAgent, identity().toString(), __FILE__, __LINE__);
-    {
-        const std::scoped_lock lock(m_mutex);
-        if (m_link != nullptr)
-            return error::record(Error::AlreadyRegistered, identity().toString() + " is connected", __FILE__, __LINE__);
-        m_link = agent->transport().link(identity(), *this);
-    }
-    changeTo(Pending);
-    if (!agent->add(*this) && !m_link->open()) return false;
+    const std::shared_ptr<transport::Link> link = makeLink(agent);
+    if (link == nullptr) return true;
+    if (!link->open()) return false;
     disconnect();
     return true;
 }
 
+// The agent knows the record before the link can be opened, so its end and every `disconnect` from now on close it.
+// Null on failure.
+std::shared_ptr<transport::Link> ProxyTracked::makeLink(const std::shared_ptr<Agent>& agent) {
+    const std::scoped_lock lock(m_mutex);
+    if (hasEnded()) {
+        error::record(Error::NotConnected, identity().toString() + " was disconnected, which is for good", __FILE__,
+                      __LINE__);
+        return nullptr;
+    }
+    if (m_link != nullptr) {
+        error::record(Error::AlreadyRegistered, identity().toString() + " is connected", __FILE__, __LINE__);
+        return nullptr;
+    }
+    if (agent->add(*this)) return nullptr;
+    m_agent = agent;
+    m_link = agent->transport().link(identity(), std::make_shared<Events>(*this));
+    enter(Pending);
+    return m_link;
+}
+
 void ProxyTracked::disconnect() {
     const TrackedReferenceBase kept(this);
-    if (const std::shared_ptr<Agent> agent = Agent::current()) agent->remove(*this);
+    std::shared_ptr<Agent> agent;
     std::shared_ptr<transport::Link> link;
     {
         const std::scoped_lock lock(m_mutex);
+        agent.swap(m_agent);
         link = m_link;
+        m_current = Unreachable;
+        enter(Ended);
     }
     if (link != nullptr) link->close();
-    become(Unreachable, Ended);
-}
-
-void ProxyTracked::up() {
-    become(Connected, Alive);
-}
-
-void ProxyTracked::down() {
-    become(Unreachable, Dead);
+    report();
+    awaitListener();
+    if (agent != nullptr) agent->remove(*this);
 }
 
 void ProxyTracked::become(Selector selector, State state) {
-    const TrackedReferenceBase kept(this);  // a listener may destroy the proxy
-    m_current = selector;
-    changeTo(state);
+    const TrackedReferenceBase kept(this);
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (hasEnded()) return;
+        m_current = selector;
+        enter(state);
+    }
+    report();
 }
 
 }  // namespace comm

@@ -12,8 +12,13 @@
 
 namespace comm {
 
+class Agent;
+
 /// The record of a proxy: its link, and the object that stands for the service at the moment.
-class ProxyTracked final : public TrackedBase, public LifecycleImpl, private transport::LinkEvents {
+///
+/// The proxy keeps it, and so do the agent while the proxy is connected, the link until it is closed, and each call for
+/// its own length: a listener that is called inside may destroy the proxy.
+class ProxyTracked final : public TrackedBase, public LifecycleImpl {
   public:
     ProxyTracked(const IdentityArgs& identity, LifecycleListener* listener);
     ~ProxyTracked() override;
@@ -24,14 +29,16 @@ class ProxyTracked final : public TrackedBase, public LifecycleImpl, private tra
     InterfaceObject& interfaceObject() const { return *m_objects[m_current]; }
 
   private:
+    class Events;
     enum Selector : std::size_t { Unreachable = 0, Connected = 1 };
 
-    void up() override;
-    void down() override;
+    std::shared_ptr<transport::Link> makeLink(const std::shared_ptr<Agent>& agent);
     void become(Selector selector, State state);
 
-    // Guards the making of the link. It stays once it is made, so that calls may use it without a lock.
+    // Guards the making of the link and the end, and makes the selector change together with the state.
     std::mutex m_mutex;
+    std::shared_ptr<Agent> m_agent;  // while connected
+    // Once it is made it stays, so that calls may use it without a lock.
     std::shared_ptr<transport::Link> m_link;
 
     std::array<std::unique_ptr<InterfaceObject>, 2> m_objects;

@@ -2,13 +2,13 @@
 
 namespace comm {
 
-/// Is told of every change of a lifecycle.
+/// Receives every change of a lifecycle.
 class LifecycleListener {
   public:
     virtual ~LifecycleListener() = default;
 
-    /// Called one at a time, in the order of the changes, on the thread that noticed the change: the agent's, or the
-    /// one inside `connect` or `disconnect`. It may use and destroy the proxy that it listens to.
+    /// Called one at a time, in the order of the changes, on a thread that noticed a change: the agent's, or one inside
+    /// `connect` or `disconnect`. It may use, disconnect and destroy the proxy that it listens to.
     virtual void lifecycleChanged(bool alive) = 0;
 
   protected:

@@ -22,6 +22,10 @@ class InterfaceObject {
 
 /// One end of a connection, through which a registration is called. It follows its registration: dead when that goes,
 /// alive when it comes back.
+///
+/// Any two calls on one proxy may run at once, also with the agent's end. `disconnect` and the agent's end are final:
+/// whatever else runs then, no wait of the proxy blocks any more and its listener is called no more. Only construction
+/// and destruction are one thread's own; its own listener may destroy it, also while `connect` is calling that.
 class Proxy : public Lifecycle {
   public:
     /// Aims at a registration; nothing happens yet. `listener` may be null; it must live until `disconnect` has
@@ -29,24 +33,25 @@ class Proxy : public Lifecycle {
     Proxy(const TrackedBase::IdentityArgs& identity, InterfaceStyle style, LifecycleListener* listener);
     Proxy(const Proxy&) = delete;
     Proxy& operator=(const Proxy&) = delete;
-    /// Disconnects. Allowed inside every callback, but not while another thread uses the proxy.
+    /// Disconnects. Allowed inside every callback.
     ~Proxy() override;
 
-    /// False when the proxy holds no record.
     bool isAlive() const override;
     bool isDead() const override;
     bool waitUntilDead() override;
     bool waitUntilAlive() override;
 
-    /// Ends the connection and lets go of the record.
+    /// Ends the connection, as `disconnect` does.
     virtual void cleanup();
 
-    /// Connects: to a living registration at once, to a missing one when it appears. True on failure, with the reason
-    /// in the error storage: no agent, connected already, or the system refuses.
+    /// Connects: to a living registration at once, to a missing one when it appears. Where the system is short of
+    /// something, such as descriptors, the proxy becomes alive as soon as that is over. True on failure, with the reason
+    /// in the error storage: no agent, connected or disconnected already, or the system refuses, which also ends it.
     bool connect();
 
-    /// Ends the connection for good; waits end with failure. When it has returned the listener hears nothing more.
-    /// What was called before still arrives, as long as the agent runs.
+    /// Ends the connection for good; waits end with failure. When it has returned the listener hears nothing more, but
+    /// for a call that it is made from, or one that waits for the caller's own callback. What was called before still
+    /// arrives, as long as the agent runs.
     void disconnect();
 
   protected:
@@ -57,7 +62,7 @@ class Proxy : public Lifecycle {
   private:
     ProxyTracked* tracked() const;
 
-    TrackedReferenceBase m_tracked;
+    const TrackedReferenceBase m_tracked;  // as long as the proxy, so any thread may use it
 };
 
 }  // namespace comm

@@ -10,6 +10,9 @@ namespace comm {
 ///
 /// The framework holds a reference of its own while the registration is alive, so it is withdrawn by
 /// `unregisterService` or the agent's end and not by dropping the last `ServiceRegistration`.
+///
+/// Any two calls on registrations of one record may run at once, also with the agent's end, which is final. Assigning
+/// and destroying one `ServiceRegistration` is one thread's own.
 class ServiceRegistration final : public TrackedReferenceBase, public Lifecycle {
   public:
     ServiceRegistration() = default;
@@ -21,12 +24,15 @@ class ServiceRegistration final : public TrackedReferenceBase, public Lifecycle 
     bool waitUntilDead() override;
     bool waitUntilAlive() override;
 
-    /// Makes the record's identity reachable on this machine; calls may arrive before it returns. True on failure, with
-    /// the reason in the error storage: no agent, the identity is taken, or the system refuses. Needs a record.
+    /// Makes the record's identity reachable; calls may arrive before it returns, and find it alive. True on failure,
+    /// with the reason in the error storage: no agent, registered already, the identity is taken, the agent that it was
+    /// registered with has ended, or the system refuses. Needs a record.
     bool registerService();
 
-    /// Withdraws it. When it has returned no callback runs or will run, unless it is called from a callback itself,
-    /// which is then the last. The connections end without a further callback. True on failure: it is not registered.
+    /// Withdraws it. When it has returned no callback runs or will run, whichever thread has withdrawn it. Two kinds of
+    /// callback are excepted, as waiting for them would never end: one that it is called from, and one that is itself
+    /// waiting for the callback that it is called from, as when two callbacks withdraw each other's registrations. The
+    /// connections end without a further callback. True on failure: it is not registered, or another thread was first.
     bool unregisterService();
 
     SvcTracked* svcTracked() const { return static_cast<SvcTracked*>(record()); }
