@@ -9,15 +9,16 @@
 
 namespace comm::transport {
 
-bool InstanceLock::take(const RuntimeDirectory& directory, const Identity& identity, const ipl::string& scope) {
-    m_directory = &directory;
+bool InstanceLock::take(std::shared_ptr<const RuntimeDirectory> directory, const Identity& identity,
+                        const ipl::string& scope) {
+    m_directory = std::move(directory);
     m_fileName = identity.fileName + scope + ".lock";
     // A holder that releases removes the file, perhaps just after this opened it: then the lock is worth nothing.
     for (bool locked = false; !locked || !isCurrent();)
         if (openCurrent(identity, locked)) return true;
     const ipl::string owner = std::to_string(::getpid());
     if (::ftruncate(m_file.get(), 0) != 0 || ::pwrite(m_file.get(), owner.data(), owner.size(), 0) < 0)
-        return failed("write " + directory.pathOf(m_fileName), __FILE__, __LINE__);
+        return failed("write " + m_directory->pathOf(m_fileName), __FILE__, __LINE__);
     return false;
 }
 
@@ -35,10 +36,7 @@ bool InstanceLock::openCurrent(const Identity& identity, bool& locked) {
 
 bool InstanceLock::isCurrent() const {
     struct stat mine {};
-    struct stat current {};
-    return ::fstat(m_file.get(), &mine) == 0 &&
-           ::fstatat(m_directory->fd(), m_fileName.c_str(), &current, AT_SYMLINK_NOFOLLOW) == 0 &&
-           mine.st_dev == current.st_dev && mine.st_ino == current.st_ino;
+    return m_file && ::fstat(m_file.get(), &mine) == 0 && m_directory->holds(m_fileName, mine);
 }
 
 ipl::string InstanceLock::holder() const {
@@ -51,7 +49,7 @@ ipl::string InstanceLock::holder() const {
 
 void InstanceLock::release() {
     if (!m_file) return;
-    m_directory->remove(m_fileName);
+    if (isCurrent()) m_directory->remove(m_fileName);
     m_file.reset();
 }
 

@@ -30,13 +30,23 @@ bool RuntimeDirectory::open() {
     // A link in the directory's place is somebody's attempt to lead the bench elsewhere, so it is not followed.
     m_directory = FileDescriptor(::open(m_path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!m_directory) return failed("open the directory " + m_path, __FILE__, __LINE__);
-    return check();
+    if (check()) return true;
+    return placeSentinel() && failed("create " + pathOf(Sentinel), __FILE__, __LINE__);
+}
+
+bool RuntimeDirectory::placeSentinel() const {
+    constexpr int Flags = O_RDONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC;
+    const FileDescriptor file(::openat(fd(), Sentinel, Flags, S_IRUSR | S_IWUSR));
+    // Without descriptors there is a missing one, but no missing directory.
+    return !file && errno != EMFILE && errno != ENFILE;
 }
 
 bool RuntimeDirectory::choosePath() {
     const ipl::string runtime = environment("XDG_RUNTIME_DIR");
     if (runtime.empty()) {
         const ipl::string temporary = environment("TMPDIR");
+        if (!temporary.empty() && temporary.front() != '/')
+            return refuse("TMPDIR is '" + temporary + "', which is no absolute path: mend or unset it", __LINE__);
         m_path = (temporary.empty() ? "/tmp" : temporary) + "/zidbench-" + std::to_string(::geteuid());
         return false;
     }
@@ -66,12 +76,21 @@ bool RuntimeDirectory::check() const {
     return false;
 }
 
+bool RuntimeDirectory::isInPlace() const {
+    struct stat mine {};
+    struct stat there {};
+    return ::fstat(fd(), &mine) == 0 && ::lstat(m_path.c_str(), &there) == 0 && mine.st_dev == there.st_dev &&
+           mine.st_ino == there.st_ino;
+}
+
+ipl::string RuntimeDirectory::openPathOf(const ipl::string& fileName) const {
+    return "/proc/self/fd/" + std::to_string(fd()) + '/' + fileName;
+}
+
 sockaddr_un RuntimeDirectory::address(const ipl::string& fileName) const {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    ipl::string path = pathOf(fileName);
-    if (path.size() >= sizeof address.sun_path) path = "/proc/self/fd/" + std::to_string(fd()) + '/' + fileName;
-    std::strncpy(address.sun_path, path.c_str(), sizeof address.sun_path - 1);
+    std::strncpy(address.sun_path, openPathOf(fileName).c_str(), sizeof address.sun_path - 1);
     return address;
 }
 
@@ -79,6 +98,12 @@ ipl::string RuntimeDirectory::id() const {
     struct stat status {};
     (void)::fstat(fd(), &status);  // of an open descriptor
     return std::to_string(status.st_dev) + ':' + std::to_string(status.st_ino);
+}
+
+bool RuntimeDirectory::holds(const ipl::string& fileName, const struct stat& file) const {
+    struct stat named {};
+    return ::fstatat(fd(), fileName.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 && named.st_dev == file.st_dev &&
+           named.st_ino == file.st_ino;
 }
 
 void RuntimeDirectory::remove(const ipl::string& fileName) const {
