@@ -23,6 +23,9 @@ class DispatchThreads::Thread final : private util::Thread::Runnable {
     util::Thread m_thread;
 };
 
+DispatchThreads::DispatchThreads() = default;
+DispatchThreads::~DispatchThreads() = default;
+
 bool DispatchThreads::start(const ipl::string& name, std::function<void()> body) {
     auto thread = std::make_unique<Thread>(*this, name, std::move(body));
     const std::scoped_lock lock(m_mutex);

@@ -15,6 +15,12 @@ namespace comm::transport {
 /// than one is ever left over. Any thread.
 class DispatchThreads {
   public:
+    DispatchThreads();
+    DispatchThreads(const DispatchThreads&) = delete;
+    DispatchThreads& operator=(const DispatchThreads&) = delete;
+    /// All have been joined.
+    ~DispatchThreads();
+
     /// Starts a thread that runs `body` and lets go of it at its end. True on failure, with the reason in the error
     /// storage.
     [[nodiscard]] bool start(const ipl::string& name, std::function<void()> body);

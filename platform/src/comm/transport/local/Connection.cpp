@@ -4,17 +4,31 @@
 
 #include "Greeting.h"
 #include "ipl/ErrorStorage.h"
-#include "ipl/GlobalErrorHandler.h"
 
 namespace comm::transport {
 
-Connection::Result Connection::readSocket(Epoll& epoll, std::uint64_t doorbellNumber) {
-    if (!m_reader) return greet(epoll, doorbellNumber);
+Connection::Result Connection::readSocket(Epoll& epoll, const epoll_event& event, std::uint64_t doorbellNumber) {
+    if (m_state == State::New) return greet(epoll, doorbellNumber);
+    if (m_state == State::Gone) return Result::Nothing;
     char byte = 0;
     const ssize_t count = ::recv(m_socket.get(), &byte, sizeof byte, MSG_DONTWAIT);
     if (count > 0) return over("it sent something that is no message");
     if (count < 0 && (errno == EAGAIN || errno == EINTR)) return Result::Nothing;
-    return readToTheEnd();
+    return leave(epoll, event);
+}
+
+// A peer that closes its connection while calls wait on its side ends only its own direction of the socket, and all of it
+// when they are written. What it writes after that is not looked at.
+Connection::Result Connection::leave(Epoll& epoll, const epoll_event& event) {
+    if ((event.events & (EPOLLHUP | EPOLLERR)) != 0) {
+        m_state = State::Gone;
+        m_reader->readOnlyWhatIsThere();
+        epoll.remove(m_socket.get());
+        return readRing();
+    }
+    m_state = State::Leaving;
+    if (epoll.set(m_socket.get(), event.data.u64, 0)) ipl::ErrorStorage::ack();  // it is watched already
+    return Result::Done;
 }
 
 Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber) {
@@ -35,20 +49,29 @@ Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber)
     fault = memory.adopt(greeting.memory);
     if (fault == nullptr) fault = m_doorbell.adopt(std::move(greeting.doorbell));
     if (fault != nullptr) return over(fault);
-    if (epoll.set(m_doorbell.fd(), doorbellNumber, EPOLLIN | static_cast<std::uint32_t>(EPOLLET))) {
+    if (epoll.set(m_doorbell.fd(), doorbellNumber, Doorbell::Events)) {
         ipl::ErrorStorage::ack();
         return over("its doorbell cannot be watched");
     }
     m_reader.emplace(std::move(memory));
+    if (hasGoneUnheard()) return Result::Over;
+    m_state = State::Open;
     m_events.connected();
-    return m_closing ? Result::Over : Result::Done;
+    return Result::Done;
+}
+
+// Reporting a peer that has come and gone without a call would make the service answer whoever came after it.
+bool Connection::hasGoneUnheard() const {
+    char byte = 0;
+    return !m_reader->hasSomething() && ::recv(m_socket.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) == 0;
 }
 
 Connection::Result Connection::readRing() {
     if (!m_reader) return Result::Nothing;
     switch (m_reader->read(*this)) {
         case RingReader::Result::Empty:
-            return Result::Nothing;
+            if (m_state != State::Gone) return Result::Nothing;
+            return over(m_reader->inTheMiddle() ? "it ended in the middle of a message" : nullptr);
         case RingReader::Result::Read:
             break;
         case RingReader::Result::Stopped:
@@ -57,27 +80,23 @@ Connection::Result Connection::readRing() {
             return over(m_reader->fault());
     }
     // A byte tells the peer that there is room again. Where the socket takes none, it is full of them.
+    if (m_afterLeaving > MostAfterLeaving) return over("it goes on although it has left");
     if (m_reader->writerWaits()) (void)::send(m_socket.get(), "", 1, MSG_DONTWAIT | MSG_NOSIGNAL);
     return Result::Done;
 }
 
-// The peer writes no more, so one more round reads all that it has written.
-Connection::Result Connection::readToTheEnd() {
-    if (readRing() == Result::Over) return Result::Over;
-    return over(m_reader->inTheMiddle() ? "it ended in the middle of a message" : nullptr);
-}
-
 bool Connection::received(const Message& message) {
+    if (m_state == State::Leaving) m_afterLeaving += sizeof(Message) + (message.data ? message.data->size : 0);
     m_events.received(message);
-    return m_closing;
+    return m_events.turn().ended();
 }
 
 Connection::Result Connection::over(const char* fault) {
-    if (fault != nullptr) {
-        const ipl::string text = "connection of " + m_peer + " to " + m_identity.display + " ended: " + fault;
-        ipl::GlobalErrorHandler::doWarning(text.c_str(), "process", "comm/transport/local/Connection");
-    }
-    if (m_reader && !m_closing) m_events.disconnected();
+    if (fault != nullptr)
+        m_warnings.write(fault + m_identity.display,
+                         "connection of " + m_peer + " to " + m_identity.display + " ended: " + fault, "over",
+                         "comm/transport/local/Connection");
+    if (m_state != State::New && !m_events.turn().ended()) m_events.disconnected();
     return Result::Over;
 }
 

@@ -1,12 +1,13 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <optional>
 
 #include "../Transport.h"
 #include "../common/FileDescriptor.h"
 #include "../common/Identity.h"
+#include "../common/Outbox.h"
+#include "../common/Warnings.h"
 #include "Doorbell.h"
 #include "Epoll.h"
 #include "RingReader.h"
@@ -22,27 +23,34 @@ class Connection final : private RingReader::Sink {
         Over      ///< the connection is over; whoever connected has then been told to be gone
     };
 
-    /// All that is given by reference must outlive the connection. `closing` tells that no further event may come.
+    /// All that is given by reference must outlive the connection.
     Connection(FileDescriptor socket, ipl::string peer, const Identity& identity, ListenerEvents& events,
-               const std::atomic<bool>& closing)
+               Warnings& warnings)
         : m_socket(std::move(socket)),
           m_peer(std::move(peer)),
           m_identity(identity),
           m_events(events),
-          m_closing(closing) {}
+          m_warnings(warnings) {}
 
-    /// Reads what the socket has to tell: the greeting, and then only the end, at which all that was written is
-    /// delivered. The doorbell of a greeting is watched by `epoll` under that number.
-    Result readSocket(Epoll& epoll, std::uint64_t doorbellNumber);
+    /// Reads what the socket has to tell: the greeting, then that the peer sends nothing new any more, and its end, at
+    /// which all that was written is still delivered. `epoll` watches the socket as `event` says, and the doorbell of a
+    /// greeting under that number.
+    Result readSocket(Epoll& epoll, const epoll_event& event, std::uint64_t doorbellNumber);
 
-    /// Delivers what the peer has written up to now.
+    /// Delivers what the peer has written up to now, or the first part of that.
     Result readRing();
 
+    /// Whether the peer has closed the connection, and not all that it sent before has been delivered.
+    bool isLeaving() const { return m_state == State::Leaving || m_state == State::Gone; }
+
+    /// Ends the connection of a peer that leaves, although it still owes something.
+    Result giveUp() { return over("it has left and does not send what it still owes, while others wait"); }
+
     /// Whether the peer has written something that is not delivered.
-    bool hasSomething() const { return m_reader && m_reader->hasSomething(); }
+    bool hasSomething() const { return m_state == State::Gone || (m_reader && m_reader->hasSomething()); }
 
     /// Announces that nobody looks at the ring until the doorbell rings. False if there is something to read.
-    bool fallAsleep() { return !m_reader || m_reader->fallAsleep(); }
+    bool fallAsleep() { return m_state != State::Gone && (!m_reader || m_reader->fallAsleep()); }
     void wakeUp() {
         if (m_reader) m_reader->wakeUp();
     }
@@ -51,8 +59,20 @@ class Connection final : private RingReader::Sink {
     void forgetDoorbell(Epoll& epoll) const { epoll.remove(m_doorbell.fd()); }
 
   private:
+    enum class State {
+        New,      ///< the greeting has not come yet
+        Open,     ///< the peer has greeted
+        Leaving,  ///< it makes no new calls, and what waits on its side is still to come
+        Gone      ///< it writes nothing more
+    };
+
+    // What a peer that leaves may still send: what waits at most on its side, in the ring, and the call that is on its
+    // way.
+    static constexpr std::size_t MostAfterLeaving = Outbox::Limit + RingMemory::Capacity + MaxArray;
+
     Result greet(Epoll& epoll, std::uint64_t doorbellNumber);
-    Result readToTheEnd();
+    Result leave(Epoll& epoll, const epoll_event& event);
+    bool hasGoneUnheard() const;
     bool received(const Message& message) override;
     Result over(const char* fault);
 
@@ -60,9 +80,11 @@ class Connection final : private RingReader::Sink {
     const ipl::string m_peer;
     const Identity& m_identity;
     ListenerEvents& m_events;
-    const std::atomic<bool>& m_closing;
+    Warnings& m_warnings;
     Doorbell m_doorbell;
     std::optional<RingReader> m_reader;  // once the peer has greeted
+    State m_state = State::New;
+    std::size_t m_afterLeaving = 0;  // bytes, with what a call takes beside its array
 };
 
 }  // namespace comm::transport

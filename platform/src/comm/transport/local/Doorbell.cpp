@@ -1,6 +1,8 @@
 #include "Doorbell.h"
 
+#include <sys/epoll.h>
 #include <sys/eventfd.h>
+#include <sys/uio.h>
 
 #include <array>
 #include <string_view>
@@ -8,10 +10,19 @@
 #include "../common/SystemError.h"
 
 namespace comm::transport {
+namespace {
+
+// More rings than a process ever makes, and far enough from the end of the counter.
+constexpr eventfd_t Rings = eventfd_t{1} << 62;
+
+}  // namespace
+
+// Taking one from the counter makes room in it, and that is what the waiting thread is woken by.
+const std::uint32_t Doorbell::Events = EPOLLOUT | static_cast<std::uint32_t>(EPOLLET);
 
 bool Doorbell::create() {
-    m_bell = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
-    return !m_bell && failed("eventfd", __FILE__, __LINE__);
+    m_bell = FileDescriptor(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE));
+    return (!m_bell || ::eventfd_write(m_bell.get(), Rings) != 0) && failed("eventfd", __FILE__, __LINE__);
 }
 
 // Waiting for an arbitrary file could mean to run a stranger's code, or to wait for ever.
@@ -25,9 +36,13 @@ const char* Doorbell::adopt(FileDescriptor bell) {
     return nullptr;
 }
 
+// Both ends share the counter, its value and whether it blocks. So a ring is a read, for which this call alone can say
+// that it must not wait; a write cannot. A peer that spoils the counter misses the rings that are meant for it.
 void Doorbell::ring() const {
-    // Fails only when the count of rings is full, and then it has rung already.
-    (void)::eventfd_write(m_bell.get(), 1);
+    eventfd_t taken = 0;
+    const iovec place{&taken, sizeof taken};
+    if (::preadv2(m_bell.get(), &place, 1, -1, RWF_NOWAIT) < 0 && errno == EOPNOTSUPP)
+        (void)::eventfd_write(m_bell.get(), 0);  // older kernels: it wakes too, and finds room unless that was spoiled
 }
 
 }  // namespace comm::transport

@@ -16,12 +16,15 @@ class Epoll {
   public:
     static constexpr std::uint64_t WakeUp = 0;
 
+    /// As many events are reported at once at most.
+    static constexpr std::size_t MostEvents = 32;
+
     /// True on failure, with the reason in the error storage.
-    bool open();
+    [[nodiscard]] bool open();
 
     /// Watches a descriptor for `EPOLL...` events, or changes what it is watched for. A closed descriptor is forgotten.
     /// Any thread. True on failure, with the reason in the error storage.
-    bool set(int fd, std::uint64_t number, std::uint32_t events);
+    [[nodiscard]] bool set(int fd, std::uint64_t number, std::uint32_t events);
 
     /// Watches a descriptor no more; needed only where another process keeps what it stands for open. Any thread.
     void remove(int fd);
@@ -38,7 +41,7 @@ class Epoll {
   private:
     FileDescriptor m_epoll;
     FileDescriptor m_wakeUp;
-    std::array<epoll_event, 32> m_events{};
+    std::array<epoll_event, MostEvents> m_events{};
 };
 
 }  // namespace comm::transport

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <array>
+#include <utility>
 
 #include "../common/Refusal.h"
 #include "../common/SystemError.h"
@@ -11,121 +12,193 @@
 #include "LocalTransport.h"
 #include "Peer.h"
 #include "ipl/ErrorStorage.h"
-#include "ipl/GlobalErrorHandler.h"
 
 namespace comm::transport {
 namespace {
 
 constexpr const char* ImpossiblePosition = "it claims an impossible position";
+constexpr const char* Source = "comm/transport/local/LocalLink";
+
+// Of the system, or of a service that does not accept what waits at its socket.
+bool isShortage(int error) {
+    return error == EAGAIN || error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM ||
+           error == ETOOMANYREFS;
+}
 
 }  // namespace
 
-LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs& identity, LinkEvents& events)
-    : m_transport(transport), m_identity(identity), m_number(transport.nextNumber()), m_events(&events) {}
+LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs& identity,
+                     std::shared_ptr<LinkEvents> events)
+    : m_transport(transport), m_identity(identity), m_number(transport.nextNumber()), m_events(std::move(events)) {}
 
+// Known to the transport before the first look, so that a registration that appears meanwhile is not missed.
 bool LocalLink::open() {
-    const std::scoped_lock telling(m_telling);
-    // Known to the transport before the first look, so that a registration that appears meanwhile is not missed.
-    return m_transport.add(shared_from_this()) || look();
+    if (m_transport.add(shared_from_this())) return true;
+    const Attempt result = look();
+    if (result == Attempt::Refused) return true;
+    report(result);
+    return false;
 }
 
 void LocalLink::appeared(const ipl::string& fileName) {
     if (!fileName.empty() && fileName != m_identity.fileName) return;
-    const std::scoped_lock telling(m_telling);
-    if (m_events == nullptr) return;
     {
         const std::scoped_lock lock(m_mutex);
-        if (m_socket) return;  // its end has not been noticed yet, and then this one will be found
+        m_appeared = true;  // if there is a connection, its end has not been noticed yet
+        m_pause.reset();
     }
-    if (look()) {
-        ipl::GlobalErrorHandler::doWarning(ipl::ErrorStorage::reason(), "appeared", "comm/transport/local/LocalLink");
-        ipl::ErrorStorage::ack();
+    report(look());
+}
+
+// Connects if the registration is there and no connection exists. What another thread's attempt has missed, that one
+// looks for itself.
+LocalLink::Attempt LocalLink::look() {
+    if (!beginAttempt()) return Attempt::Absent;
+    for (;;) {
+        const Attempt result = connect();
+        if (endAttempt(result)) return result;
     }
 }
 
-// Connects if the registration is there. True on failure; a missing registration is none.
-bool LocalLink::look() {
-    m_stamp = currentStamp();
-    bool absent = false;
+bool LocalLink::beginAttempt() {
+    const std::scoped_lock lock(m_mutex);
+    if (m_attempting) m_lookAgain = true;
+    if (m_closed || m_attempting || m_socket) return false;
+    m_attempting = true;
+    m_retryAt.reset();
+    return true;
+}
+
+// False if there is reason to look once more.
+bool LocalLink::endAttempt(Attempt result) {
+    const std::scoped_lock lock(m_mutex);
+    if (std::exchange(m_lookAgain, false) && !m_socket && !m_closed) return false;
+    m_attempting = false;
+    if (m_closed)
+        endCalls();
+    else if (result != Attempt::Connected && result != Attempt::Absent)
+        scheduleRetry();  // what is refused may be put right; only `open` gives up
+    return true;
+}
+
+LocalLink::Attempt LocalLink::connect() {
     FileDescriptor socket;
-    if (connectSocket(absent, socket)) return true;
-    return !absent && use(std::move(socket));
+    const Attempt result = connectSocket(socket);
+    return result == Attempt::Connected ? use(std::move(socket)) : result;
 }
 
-LocalLink::Stamp LocalLink::currentStamp() const {
-    struct stat status {};
-    if (::fstatat(m_transport.directory().fd(), m_identity.fileName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0)
-        return {};
-    return {status.st_ino, status.st_ctim};
-}
-
-bool LocalLink::connectSocket(bool& absent, FileDescriptor& socket) const {
-    const ipl::string path = m_transport.directory().pathOf(m_identity.fileName);
+LocalLink::Attempt LocalLink::connectSocket(FileDescriptor& socket) const {
+    const std::shared_ptr<const RuntimeDirectory> directory = m_transport.directory();
+    const ipl::string path = directory->pathOf(m_identity.fileName);
     socket = FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket) return failed("socket for " + path, __FILE__, __LINE__);
-    const sockaddr_un address = m_transport.directory().address(m_identity.fileName);
+    if (!socket) {
+        const bool shortage = isShortage(errno);
+        failed("socket for " + path, __FILE__, __LINE__);
+        return shortage ? Attempt::Short : Attempt::Refused;
+    }
+    const sockaddr_un address = directory->address(m_identity.fileName);
     if (::connect(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
-        absent = errno == ENOENT || errno == ECONNREFUSED;
-        return !absent && failed("connect to " + path, __FILE__, __LINE__);
+        if (errno == ENOENT || errno == ECONNREFUSED) return Attempt::Absent;
+        if (errno == EAGAIN) return Attempt::Delayed;  // nothing is wrong: the service stands still for a while
+        const bool shortage = isShortage(errno);
+        failed("connect to " + path, __FILE__, __LINE__);
+        return shortage ? Attempt::Short : Attempt::Refused;
     }
     ipl::string peer;
-    if (isForeign(socket.get(), peer))
-        return error::record(Error::Transport, path + " is served by " + peer, __FILE__, __LINE__);
-    return false;
+    if (!isForeign(socket.get(), peer)) return Attempt::Connected;
+    error::record(Error::Transport, path + " is served by " + peer, __FILE__, __LINE__);
+    return Attempt::Refused;
 }
 
 // Begins to use a connection. It is in use before the other side hears of it, because what that does about it may lead
-// to a call through this very link. True on failure.
-bool LocalLink::use(FileDescriptor socket) {
-    if (makeRing(std::move(socket))) return true;
-    m_events->up();
-    // Also when the user has closed the link inside the event: what was sent still has to be read.
-    if (greet() && m_events != nullptr) m_events->down();
-    return false;
+// to a call through this very link; and it is watched last, so that its end is reported after its beginning.
+LocalLink::Attempt LocalLink::use(FileDescriptor socket) {
+    const Attempt made = makeRing(std::move(socket));
+    if (made != Attempt::Connected) return made;
+    std::shared_ptr<LinkEvents> events;
+    {
+        const std::scoped_lock lock(m_mutex);
+        events = m_events;
+    }
+    if (events != nullptr) events->up();
+    const Attempt result = greet();
+    if (result != Attempt::Connected && events != nullptr) events->down();
+    return result;
 }
 
-bool LocalLink::makeRing(FileDescriptor socket) {
+LocalLink::Attempt LocalLink::makeRing(FileDescriptor socket) {
     RingMemory memory;
     FileDescriptor file;
     Doorbell doorbell;
-    if (memory.create(file) || doorbell.create()) return true;
+    if (memory.create(file) || doorbell.create()) return Attempt::Short;
     RingWriter ring(std::move(memory), std::move(doorbell));
-    if (ring.prepare())
-        return error::record(Error::Transport, "no memory for a connection to " + m_identity.display, __FILE__,
-                             __LINE__);
+    if (ring.prepare()) {
+        error::record(Error::Transport, "no memory for a connection to " + m_identity.display, __FILE__, __LINE__);
+        return Attempt::Short;
+    }
     const std::scoped_lock lock(m_mutex);
+    if (m_closed) return Attempt::Absent;
     m_socket = std::move(socket);
     m_file = std::move(file);
     m_ring.emplace(std::move(ring));
     m_up = true;
-    return false;
+    m_appeared = false;
+    return Attempt::Connected;
 }
 
-// Tells the other side who is meant, and hands the ring over. True if the connection is of no use.
-bool LocalLink::greet() {
+// Tells the other side which registration is meant, and hands the ring over; also when the user has closed the link
+// inside the event, since what was sent still has to be read.
+LocalLink::Attempt LocalLink::greet() {
     const std::scoped_lock lock(m_mutex);
     const FileDescriptor file = std::move(m_file);
-    bool failure = m_transport.watch(m_socket.get(), m_number);
-    if (!failure && Greeting::send(m_socket.get(), GreetingBody(m_identity), file.get(), m_ring->doorbell().fd())) {
-        const bool justGone = errno == EPIPE || errno == ECONNRESET;
-        failure = justGone || failed("greet " + m_identity.display, __FILE__, __LINE__);
+    if (!Greeting::send(m_socket.get(), GreetingBody(m_identity), file.get(), m_ring->doorbell().fd()) &&
+        !m_transport.watch(m_socket.get(), m_number)) {
+        m_connectedAt = Clock::now();
+        return Attempt::Connected;
     }
-    if (failure || (m_closed && m_outbox.empty())) drop();
-    return failure;
+    const bool justGone = errno == EPIPE || errno == ECONNRESET;
+    if (!justGone) failed("greet " + m_identity.display, __FILE__, __LINE__);
+    drop();
+    return justGone ? Attempt::Delayed : Attempt::Short;
+}
+
+// The mutex is held.
+void LocalLink::scheduleRetry() {
+    m_retryAt = Clock::now() + m_pause.next();
+    m_transport.attendAt(*m_retryAt);
+}
+
+// Warns of what keeps the link from connecting, and takes that out of the error storage.
+void LocalLink::report(Attempt result) {
+    if (result != Attempt::Short && result != Attempt::Refused) return;
+    m_transport.warnings().write("waiting for " + m_identity.display,
+                                 "no connection to " + m_identity.display + " yet, it is tried again: " +
+                                     ipl::ErrorStorage::reasonText(),
+                                 "report", Source);
+    ipl::ErrorStorage::ack();
 }
 
 bool LocalLink::send(const Message& message) {
     Outgoing call(message);
     if (call.length > MaxArray) return refusal::tooLong(m_identity, call);
-    const std::scoped_lock lock(m_mutex);
-    if (!m_up) return refusal::notAlive(m_identity);
-    if (!m_outbox.empty()) return keep(call);
-    const RingWriter::Result result = m_ring->write(call);
-    if (m_ring->wantsTidying()) m_transport.tidyLater();
-    if (result == RingWriter::Result::Done) return false;
-    if (result == RingWriter::Result::Full) return keep(call);
-    spoiled(ImpossiblePosition);
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (!m_up) return refusal::notAlive(m_identity);
+        if (!m_outbox.empty()) return keep(call);
+        const RingWriter::Result result = m_ring->write(call);
+        if (m_ring->wantsTidying() && !m_tidyAt) scheduleTidying();
+        if (result == RingWriter::Result::Done) return false;
+        if (result == RingWriter::Result::Full) return keep(call);
+        giveUp();
+    }
+    spoilt(ImpossiblePosition);
     return refusal::notAlive(m_identity);
+}
+
+// The mutex is held.
+void LocalLink::scheduleTidying() {
+    m_tidyAt = Clock::now() + TidyAfter;
+    m_transport.attendAt(*m_tidyAt);
 }
 
 // Keeps a call until there is room for it; true if it cannot be kept. The mutex is held.
@@ -135,16 +208,13 @@ bool LocalLink::keep(const Outgoing& call) {
     return refusal::tooMuchWaits(m_identity);
 }
 
-// The other side does what makes no sense. The mutex is held.
-void LocalLink::spoiled(const char* fault) {
-    if (m_up || !m_outbox.empty()) {
-        const ipl::string text = "connection to " + m_identity.display + " ended: " + fault;
-        ipl::GlobalErrorHandler::doWarning(text.c_str(), "spoiled", "comm/transport/local/LocalLink");
-    }
-    giveUp();
+// Reports that the other side does what makes no sense. Not with the mutex held.
+void LocalLink::spoilt(const char* fault) {
+    m_transport.warnings().write(fault + m_identity.display, "connection to " + m_identity.display + " ended: " + fault,
+                                 "spoilt", Source);
 }
 
-// The transport's thread sees the connection's end and tells it. The mutex is held.
+// The transport's thread sees the connection's end and reports it. The mutex is held.
 void LocalLink::giveUp() {
     m_outbox.clear();
     m_up = false;
@@ -152,59 +222,87 @@ void LocalLink::giveUp() {
 }
 
 void LocalLink::ready() {
-    if (!hasEnded()) return;
-    const std::scoped_lock telling(m_telling);
-    if (!lose() || m_events == nullptr) return;
-    m_events->down();
-    // A registration that came back before its predecessor's end was seen is there already. The same one as before has
-    // closed the connection for a reason of its own, and would again.
-    if (m_events != nullptr && !(currentStamp() == m_stamp)) appeared(m_identity.fileName);
+    std::shared_ptr<LinkEvents> events;
+    const char* fault = nullptr;
+    bool lookNow = false;
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (readSocket(fault)) {
+            events = m_events;
+            lookNow = m_appeared;
+            lose();
+        }
+    }
+    if (fault != nullptr) spoilt(fault);
+    if (events != nullptr) events->down();
+    if (lookNow) report(look());
 }
 
-// Reads the socket; what comes are bytes that tell of room, and then the end.
-bool LocalLink::hasEnded() {
-    const std::scoped_lock lock(m_mutex);
+// Takes what has come: bytes that report room, and then the end; true at the end. `fault` is set if the other side does
+// what makes no sense. The mutex is held.
+bool LocalLink::readSocket(const char*& fault) {
     if (!m_socket) return false;
     std::array<char, 64> bytes{};
     const ssize_t count = ::recv(m_socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT);
     if (count <= 0) return count == 0 || (errno != EAGAIN && errno != EINTR);
-    if (m_ring->takeAnswers(static_cast<std::size_t>(count)))
-        spoiled("it sent something that is no message");
-    else
-        flush();
+    if (m_ring->takeAnswers(static_cast<std::size_t>(count))) {
+        fault = "it sent something that is no message";
+        giveUp();
+    } else {
+        flush(fault);
+    }
     return false;
 }
 
+// The registration may be there again already, and then its appearance was noticed. The same one as before has closed the
+// connection for a reason of its own, and perhaps would again. The mutex is held.
+void LocalLink::lose() {
+    constexpr std::chrono::seconds LongEnough{1};
+    if (Clock::now() - m_connectedAt > LongEnough) m_pause.reset();
+    if (!m_closed && !m_appeared) scheduleRetry();
+    drop();
+}
+
 // Writes what waits, as far as there is room. The mutex is held.
-void LocalLink::flush() {
+void LocalLink::flush(const char*& fault) {
     if (m_outbox.empty()) return;
     RingWriter::Result result = RingWriter::Result::Done;
     m_outbox.flush([&](Outgoing& call) {
         result = m_ring->write(call);
         return result == RingWriter::Result::Done;
     });
-    if (result == RingWriter::Result::Broken)
-        spoiled(ImpossiblePosition);
-    else if (m_outbox.empty() && m_closed)
+    if (result == RingWriter::Result::Broken) {
+        fault = ImpossiblePosition;
+        giveUp();
+    } else if (m_outbox.empty() && m_closed && !m_attempting) {
         drop();
+    }
 }
 
-bool LocalLink::tidy() {
+std::optional<LocalLink::Clock::time_point> LocalLink::attend(Clock::time_point now) {
+    const char* fault = nullptr;
+    bool retry = false;
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (m_tidyAt && *m_tidyAt <= now) tidy(fault);
+        retry = m_retryAt && *m_retryAt <= now;
+    }
+    if (fault != nullptr) spoilt(fault);
+    if (retry) report(look());
     const std::scoped_lock lock(m_mutex);
-    if (!m_ring) return false;
+    return m_tidyAt && m_retryAt ? std::min(*m_tidyAt, *m_retryAt) : m_tidyAt ? m_tidyAt : m_retryAt;
+}
+
+// Gives memory back that was not needed since the last time, and writes again what found none. The mutex is held.
+void LocalLink::tidy(const char*& fault) {
+    m_tidyAt.reset();
+    if (!m_ring) return;
     m_ring->tidy();
-    flush();
-    return m_ring && m_ring->wantsTidying();
+    flush(fault);
+    if (m_ring && m_ring->wantsTidying()) scheduleTidying();
 }
 
-// Gives the connection up; false if there was none.
-bool LocalLink::lose() {
-    const std::scoped_lock lock(m_mutex);
-    if (!m_socket) return false;
-    drop();
-    return true;
-}
-
+// Gives the connection up. The mutex is held.
 void LocalLink::drop() {
     m_up = false;
     m_outbox.clear();
@@ -215,14 +313,21 @@ void LocalLink::drop() {
 }
 
 void LocalLink::close() {
-    if (m_closed.exchange(true)) return;
-    const std::scoped_lock telling(m_telling);
-    m_events = nullptr;
+    std::shared_ptr<LinkEvents> events;  // may keep the last of its user, and so goes after the lock
     const std::scoped_lock lock(m_mutex);
+    if (std::exchange(m_closed, true)) return;
+    events.swap(m_events);
     m_up = false;
-    // What waits is still sent by the transport's thread, which then drops the connection; and so does who is about to
-    // greet.
-    if ((m_outbox.empty() && !m_file) || !m_socket) drop();
+    if (!m_attempting) endCalls();
+}
+
+// What waits is still written by the transport's thread, which then drops the connection. The receiver is told that
+// nothing else comes, so that it lets no other client in before. The mutex is held.
+void LocalLink::endCalls() {
+    if (m_outbox.empty() || !m_socket)
+        drop();
+    else
+        ::shutdown(m_socket.get(), SHUT_WR);
 }
 
 }  // namespace comm::transport

@@ -1,6 +1,5 @@
 #include "LocalTransport.h"
 
-#include <sys/inotify.h>
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -8,6 +7,7 @@
 #include "../common/SystemError.h"
 #include "LocalLink.h"
 #include "LocalListener.h"
+#include "ipl/ErrorStorage.h"
 
 namespace comm::transport {
 namespace {
@@ -32,49 +32,54 @@ LocalTransport::~LocalTransport() = default;
 
 bool LocalTransport::start() {
     raiseDescriptorLimit();
-    if (m_directory.open() || m_epoll.open() || watchDirectory() || m_tidyBell.create() ||
-        m_epoll.set(m_tidyBell.fd(), SomethingToTidy, EPOLLIN | static_cast<std::uint32_t>(EPOLLET)))
+    if (m_context.directory.open() || m_epoll.open() || m_directoryWatch.open() || followDirectory() ||
+        m_epoll.set(m_directoryWatch.fd(), DirectoryChanged, EPOLLIN) || m_dueBell.create() ||
+        m_epoll.set(m_dueBell.fd(), SomethingIsDue, Doorbell::Events))
         return true;
     m_running = true;
     return m_thread.start();
 }
 
-bool LocalTransport::watchDirectory() {
-    m_changes = FileDescriptor(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
-    if (!m_changes) return failed("inotify_init1 (see fs.inotify.max_user_instances)", __FILE__, __LINE__);
-    if (::inotify_add_watch(m_changes.get(), m_directory.path().c_str(), IN_MOVED_TO) < 0)
-        return failed("inotify_add_watch " + m_directory.path(), __FILE__, __LINE__);
-    return m_epoll.set(m_changes.get(), DirectoryChanged, EPOLLIN);
-}
-
 void LocalTransport::stop() {
+    decltype(m_links) links;
     {
         const std::scoped_lock lock(m_mutex);
         m_running = false;
     }
     m_epoll.wakeUp();
-    // Neither can fail: these threads were started, and this is none of them.
-    (void)m_thread.join();
-    for (const auto& thread : m_ended) (void)thread->join();
-    m_ended.clear();
-    m_links.clear();
+    (void)m_thread.join();  // it was started, and this is another one
+    m_context.threads.joinAll();
+    const std::scoped_lock lock(m_mutex);
+    links.swap(m_links);
 }
 
 ipl::string LocalTransport::description() const {
-    return "local transport in " + m_directory.path();
+    return "local transport in " + directory()->path();
 }
 
 std::shared_ptr<Listener> LocalTransport::listen(const TrackedBase::IdentityArgs& identity,
                                                  std::shared_ptr<ListenerEvents> events) {
-    auto listener =
-        std::make_shared<LocalListener>(m_directory, identity, std::move(events),
-                                        [this](std::unique_ptr<util::Thread> thread) { keep(std::move(thread)); });
+    switch (m_context.directory.refresh()) {
+        case CurrentDirectory::Result::Same:
+            break;
+        case CurrentDirectory::Result::Changed:
+            m_checkDirectory = true;
+            attendAt(Clock::now());
+            break;
+        case CurrentDirectory::Result::Failed:
+            return nullptr;
+    }
+    const auto listener = std::make_shared<LocalListener>(m_context, identity, std::move(events),
+                                                          [this](const LocalListener& closed) { forget(closed); });
     if (listener->open()) return nullptr;
+    const std::scoped_lock lock(m_mutex);
+    m_listeners.emplace(listener.get(), listener);
     return listener;
 }
 
-std::shared_ptr<Link> LocalTransport::link(const TrackedBase::IdentityArgs& identity, LinkEvents& events) {
-    return std::make_shared<LocalLink>(*this, identity, events);
+std::shared_ptr<Link> LocalTransport::link(const TrackedBase::IdentityArgs& identity,
+                                           std::shared_ptr<LinkEvents> events) {
+    return std::make_shared<LocalLink>(*this, identity, std::move(events));
 }
 
 bool LocalTransport::add(std::shared_ptr<LocalLink> link) {
@@ -97,38 +102,100 @@ bool LocalTransport::watch(int fd, std::uint64_t number) {
     return m_epoll.set(fd, number, EPOLLIN);
 }
 
+void LocalTransport::attendAt(Clock::time_point time) {
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (m_dueAt && *m_dueAt <= time) return;
+        m_dueAt = time;
+    }
+    m_dueBell.ring();
+}
+
 void LocalTransport::run(util::Thread const* const /*thread*/) {
     for (;;) {
-        const std::span<const epoll_event> events = m_epoll.wait(m_tidying ? TidyAfter : Epoll::NoLimit);
-        if (events.empty()) tidy();
-        for (const epoll_event& event : events) {
+        for (const epoll_event& event : m_epoll.wait(untilDue())) {
             if (event.data.u64 == Epoll::WakeUp) return;
             if (event.data.u64 == DirectoryChanged)
-                readDirectoryChanges();
+                handleDirectory();
             else if (const std::shared_ptr<LocalLink> link = find(event.data.u64))
                 link->ready();
         }
+        attend();
     }
 }
 
-void LocalTransport::tidy() {
-    m_tidying = false;
+// In milliseconds, rounded up.
+int LocalTransport::untilDue() {
+    const std::scoped_lock lock(m_mutex);
+    if (!m_dueAt) return Epoll::NoLimit;
+    const Clock::duration left = std::max(*m_dueAt - Clock::now(), Clock::duration::zero());
+    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(left).count());
+}
+
+// However many events come meanwhile, what is due is done in time.
+void LocalTransport::attend() {
+    const Clock::time_point now = Clock::now();
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (!m_dueAt || *m_dueAt > now) return;
+        m_dueAt.reset();
+    }
+    if (m_checkDirectory.exchange(false)) checkDirectory();
+    if (std::exchange(m_namesAreLost, false)) restoreNames("");
     for (const auto& link : links())
-        if (link->tidy()) m_tidying = true;
+        if (const auto next = link->attend(now)) attendAt(*next);
 }
 
-void LocalTransport::readDirectoryChanges() {
-    alignas(inotify_event) char buffer[4096];
-    const ssize_t count = ::read(m_changes.get(), buffer, sizeof buffer);
-    for (ssize_t at = 0; at < count;) {
-        const auto* change = reinterpret_cast<const inotify_event*>(buffer + at);
-        // Where the system has lost changes, any registration may have appeared.
-        if (change->len != 0 || (change->mask & IN_Q_OVERFLOW) != 0) tellAppeared(change->len != 0 ? change->name : "");
-        at += static_cast<ssize_t>(sizeof *change + change->len);
+void LocalTransport::handleDirectory() {
+    const DirectoryWatch::Changes changes = m_directoryWatch.read();
+    const bool cleaned = std::ranges::find(changes.removed, RuntimeDirectory::Sentinel) != changes.removed.end();
+    if (changes.directoryGone || cleaned) checkDirectory();
+    for (const ipl::string& name : changes.removed) restoreNames(name);
+    for (const ipl::string& name : changes.appeared) reportAppeared(name);
+    if (!changes.overflow) return;
+    restoreNames("");
+    reportAppeared("");
+}
+
+bool LocalTransport::followDirectory() {
+    m_followed = directory();
+    return m_directoryWatch.follow(*m_followed);
+}
+
+// Goes on in another directory where the one that was followed is gone. As long as there is none, it is tried again.
+void LocalTransport::checkDirectory() {
+    const bool failed = m_context.directory.refresh() == CurrentDirectory::Result::Failed;
+    if (!failed && directory() == m_followed) return;
+    const ipl::string text = m_followed->path() + " was removed while it was in use; ";
+    if (failed || followDirectory()) {
+        if (!std::exchange(m_directoryIsMissing, true))
+            warn(text + "it is made anew as soon as that is possible: " + ipl::ErrorStorage::reasonText());
+        ipl::ErrorStorage::ack();
+        m_checkDirectory = true;
+        return attendAt(Clock::now() + m_directoryPause.next());
+    }
+    if (!std::exchange(m_directoryIsMissing, false)) warn(text + "it has been made anew");
+    m_directoryPause.reset();
+    restoreNames("");
+    reportAppeared("");
+}
+
+void LocalTransport::warn(const ipl::string& text) {
+    m_context.warnings.write("directory", text, "checkDirectory", "comm/transport/local/LocalTransport");
+}
+
+// Of that name, or all if it is empty.
+void LocalTransport::restoreNames(const ipl::string& fileName) {
+    constexpr std::chrono::seconds UntilNextTry{1};
+    for (const auto& listener : listeners()) {
+        if (!fileName.empty() && !listener->mayOwn(fileName)) continue;
+        if (listener->restoreNames() == LocalListener::Names::Held) continue;
+        m_namesAreLost = true;
+        attendAt(Clock::now() + UntilNextTry);
     }
 }
 
-void LocalTransport::tellAppeared(const ipl::string& fileName) {
+void LocalTransport::reportAppeared(const ipl::string& fileName) {
     for (const auto& link : links()) link->appeared(fileName);
 }
 
@@ -139,15 +206,23 @@ ipl::vector<std::shared_ptr<LocalLink>> LocalTransport::links() {
     return links;
 }
 
+ipl::vector<std::shared_ptr<LocalListener>> LocalTransport::listeners() {
+    ipl::vector<std::shared_ptr<LocalListener>> listeners;
+    const std::scoped_lock lock(m_mutex);
+    for (const auto& [key, listener] : m_listeners)
+        if (auto kept = listener.lock()) listeners.push_back(std::move(kept));
+    return listeners;
+}
+
 std::shared_ptr<LocalLink> LocalTransport::find(std::uint64_t number) {
     const std::scoped_lock lock(m_mutex);
     const auto found = m_links.find(number);
     return found == m_links.end() ? nullptr : found->second;
 }
 
-void LocalTransport::keep(std::unique_ptr<util::Thread> thread) {
+void LocalTransport::forget(const LocalListener& listener) {
     const std::scoped_lock lock(m_mutex);
-    m_ended.push_back(std::move(thread));
+    m_listeners.erase(&listener);
 }
 
 }  // namespace comm::transport

@@ -5,14 +5,14 @@
 
 namespace comm::transport {
 
-// One round ends at the tail as it was at the beginning, so a peer that keeps writing, whatever it is, does not keep
-// the reader from its other peers.
+// One round ends at the tail as it was at the beginning.
 RingReader::Result RingReader::read(Sink& sink) {
-    const RingPosition tail = m_memory.control().tail.load(std::memory_order_acquire);
+    const RingPosition tail = m_end ? *m_end : m_memory.control().tail.load(std::memory_order_acquire);
     if (tail == m_position) return Result::Empty;
     if (follow(tail)) return broken("it claims an impossible position");
     Result result = Result::Read;
-    while (m_position.offset != tail.offset && result == Result::Read) result = takeRecord(tail.offset, sink);
+    for (int i = 0; i < MostRecords && m_position.offset != tail.offset && result == Result::Read; ++i)
+        result = takeRecord(tail.offset, sink);
     return result;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <optional>
+
 #include "RingMemory.h"
 #include "comm/Message.h"
 
@@ -25,8 +27,11 @@ class RingReader {
 
     explicit RingReader(RingMemory memory) : m_memory(std::move(memory)) {}
 
-    /// Reads what is there at this moment, and hands on what is complete.
+    /// Reads what is there at this moment, or a good part of that, and hands on what is complete.
     Result read(Sink& sink);
+
+    /// From now on only what is there at this moment is read: the writer is said to have gone.
+    void readOnlyWhatIsThere() { m_end = m_memory.control().tail.load(std::memory_order_acquire); }
 
     /// Whether the writer wants to be told that there is room again; asked after a read.
     bool writerWaits();
@@ -58,8 +63,12 @@ class RingReader {
     void advance(std::uint32_t length);
     Result broken(const char* fault);
 
+    // How many records are read at once, so that a peer that never stops does not keep the reader from its others.
+    static constexpr int MostRecords = 128;
+
     RingMemory m_memory;
-    RingPosition m_position;  // of the next record
+    RingPosition m_position;            // of the next record
+    std::optional<RingPosition> m_end;  // of all that is to be read
 
     // Used again for the next call unless the receiver has kept it.
     util::UInt8ArrayPtr m_array;

@@ -6,7 +6,6 @@
 namespace comm::transport {
 
 RingWriter::Result RingWriter::write(Outgoing& call) {
-    m_usedSinceTidied = true;
     bool written = false;
     if (call.length > MaxPiece) {
         written = writePieces(call);
@@ -38,6 +37,7 @@ bool RingWriter::place(const RecordHeader& header, const std::uint8_t* body) {
     std::memcpy(record, &header, sizeof header);
     if (count != 0) std::memcpy(record + sizeof header, body, count);
     m_tail += size;
+    m_reach = std::max(m_reach, m_tail);
     publish();
     return true;
 }
@@ -126,7 +126,7 @@ void RingWriter::publish() {
 
 void RingWriter::tidy() {
     m_short = false;
-    if (std::exchange(m_usedSinceTidied, false) || !grown()) return;
+    if (std::exchange(m_reach, 0) > SmallSize || !grown()) return;
     look();
     if (m_broken || m_head != m_tail) return;
     if (m_tail != 0) beginAnew();

@@ -35,7 +35,7 @@ class RingWriter {
     /// called from time to time, and what found no room to be written again.
     bool wantsTidying() const { return grown() || m_short; }
 
-    /// Gives the pages back if they are not in use and nothing was written since the last call.
+    /// Gives the pages back if they are not in use and were not needed since the last call.
     void tidy();
 
   private:
@@ -67,7 +67,7 @@ class RingWriter {
     std::uint32_t m_size = SmallSize;
     std::uint32_t m_nextLook = Stride;  // where to see whether the ring is empty
     std::uint64_t m_questions = 0;      // to tell when there is room, and not answered
-    bool m_usedSinceTidied = false;
+    std::uint32_t m_reach = 0;          // how much of the ring was in use since the last tidying
     bool m_short = false;  // of memory, so that room may come without the reader's doing
     bool m_broken = false;
 };

@@ -1,0 +1,180 @@
+#include "Dispatcher.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "../common/SystemError.h"
+#include "Peer.h"
+#include "ipl/ErrorStorage.h"
+
+namespace comm::transport {
+namespace {
+
+constexpr const char* Source = "comm/transport/local/Dispatcher";
+
+bool isShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
+}  // namespace
+
+Dispatcher::Dispatcher(Warnings& warnings, const Identity& identity, std::shared_ptr<ListenerEvents> events)
+    : m_warnings(warnings), m_identity(identity), m_events(std::move(events)) {}
+
+void Dispatcher::run() {
+    CallbackTurn& turn = m_events->turn();
+    std::span<const epoll_event> ready;
+    for (bool more = true; turn.enter();) {
+        if (!more) awake();
+        serve(ready);
+        more = readRings();
+        turn.leave();
+        ready = sleep(more);
+    }
+    m_connections.clear();
+    m_sockets.close();
+    m_events.reset();
+}
+
+// Delivers what there is, and announces to sleep when there is no more; false then.
+bool Dispatcher::readRings() {
+    const Clock::time_point end = Clock::now() + LongestReading;
+    do
+        if (!readEachRing() && !m_wait.wait([this] { return anythingToRead(); })) return !fallAsleep();
+    while (!ended() && Clock::now() < end);
+    return true;
+}
+
+bool Dispatcher::readEachRing() {
+    bool any = false;
+    for (auto at = m_connections.begin(); at != m_connections.end() && !ended();) {
+        const Connection::Result result = at->second->readRing();
+        any = any || result != Connection::Result::Nothing;
+        at = result == Connection::Result::Over ? drop(at) : std::next(at);
+    }
+    return any;
+}
+
+bool Dispatcher::anythingToRead() const {
+    return ended() || std::any_of(m_connections.begin(), m_connections.end(),
+                                  [](const auto& entry) { return entry.second->hasSomething(); });
+}
+
+bool Dispatcher::fallAsleep() {
+    const bool nothing = std::all_of(m_connections.begin(), m_connections.end(),
+                                     [](const auto& entry) { return entry.second->fallAsleep(); });
+    if (!nothing) awake();
+    return nothing;
+}
+
+void Dispatcher::awake() {
+    m_wait.ended();
+    for (const auto& [number, connection] : m_connections) connection->wakeUp();
+}
+
+std::span<const epoll_event> Dispatcher::sleep(bool thereIsMore) {
+    if (!m_patience) return m_epoll.wait(thereIsMore ? 0 : untilNewcomers());
+    const Clock::time_point begin = Clock::now();
+    const std::span<const epoll_event> ready = m_epoll.wait(thereIsMore ? 0 : untilNewcomers());
+    *m_patience -= Clock::now() - begin;
+    return ready;
+}
+
+// In milliseconds, rounded up.
+int Dispatcher::untilNewcomers() const {
+    if (!m_patience && !m_acceptAgainAt) return Epoll::NoLimit;
+    const Clock::duration left = m_patience ? *m_patience : *m_acceptAgainAt - Clock::now();
+    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::max(left, Clock::duration::zero())).count());
+}
+
+// Connections come before newcomers, so that a client that has gone is reported before its successor is let in. A full
+// batch of events may have left the end of one out.
+void Dispatcher::serve(std::span<const epoll_event> ready) {
+    bool newcomers = false;
+    for (const epoll_event& event : ready) {
+        if (ended()) return;
+        if (event.data.u64 == NewConnection)
+            newcomers = true;
+        else if (event.data.u64 > DoorbellRang)
+            serveConnection(event);
+    }
+    if (m_patience || m_acceptAgainAt) resumeAccepting();
+    if (newcomers && ready.size() < Epoll::MostEvents) acceptAll();
+}
+
+void Dispatcher::serveConnection(const epoll_event& event) {
+    const auto found = m_connections.find(event.data.u64);
+    if (found == m_connections.end()) return;
+    if (found->second->readSocket(m_epoll, event, DoorbellRang) == Connection::Result::Over) drop(found);
+}
+
+Dispatcher::Connections::iterator Dispatcher::drop(Connections::iterator connection) {
+    connection->second->forgetDoorbell(m_epoll);
+    return m_connections.erase(connection);
+}
+
+// As long as a client that has left is not heard to its end, its successor is not let in; and nobody can tell which of
+// the newcomers that is.
+void Dispatcher::acceptAll() {
+    constexpr int MostAtOnce = 16;
+    for (int i = 0; i < MostAtOnce && !ended(); ++i) {
+        if (anyoneLeaving()) {
+            m_sockets.watch(false);
+            if (!m_patience) m_patience = LongestPatience;
+            return;
+        }
+        FileDescriptor socket = m_sockets.accept();
+        if (!socket && isShortage(errno)) return waitForResources();
+        if (!socket) return;  // there is none, or it has gone already
+        admit(std::move(socket));
+    }
+}
+
+void Dispatcher::admit(FileDescriptor socket) {
+    ipl::string peer;
+    if (isForeign(socket.get(), peer)) {
+        m_warnings.write("stranger at " + m_identity.display,
+                         "connection of " + peer + " to " + m_identity.display + " refused", "admit", Source);
+        return;
+    }
+    const std::uint64_t number = m_nextConnection++;
+    if (m_epoll.set(socket.get(), number, EPOLLIN)) {
+        m_warnings.write("no watch at " + m_identity.display,
+                         "connection of " + peer + " to " + m_identity.display +
+                             " refused: " + ipl::ErrorStorage::reasonText(),
+                         "admit", Source);
+        return ipl::ErrorStorage::ack();
+    }
+    m_connections.emplace(number, std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_warnings));
+}
+
+// Who connects waits in the socket's queue. The socket would stay ready meanwhile, so it is not watched.
+void Dispatcher::waitForResources() {
+    m_warnings.write("no resources",
+                     "connections to " + m_identity.display + " have to wait: " + osal::systemText(errno) +
+                         " (see ulimit -n)",
+                     "waitForResources", Source);
+    m_sockets.watch(false);
+    m_acceptAgainAt = Clock::now() + ShortagePause;
+}
+
+void Dispatcher::resumeAccepting() {
+    if (m_patience && *m_patience <= Clock::duration::zero()) endLeavers();
+    if (m_patience && !anyoneLeaving()) m_patience.reset();
+    if (m_acceptAgainAt && Clock::now() >= *m_acceptAgainAt) m_acceptAgainAt.reset();
+    if (!m_patience && !m_acceptAgainAt) m_sockets.watch(true);
+}
+
+bool Dispatcher::anyoneLeaving() const {
+    return std::any_of(m_connections.begin(), m_connections.end(),
+                       [](const auto& entry) { return entry.second->isLeaving(); });
+}
+
+void Dispatcher::endLeavers() {
+    for (auto at = m_connections.begin(); at != m_connections.end() && !ended();) {
+        const bool leaves = at->second->isLeaving() && at->second->giveUp() == Connection::Result::Over;
+        at = leaves ? drop(at) : std::next(at);
+    }
+}
+
+}  // namespace comm::transport
