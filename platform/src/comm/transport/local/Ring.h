@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "../common/Limits.h"
+#include "RingOrders.h"
 
 /// How calls lie in the memory that a link and the connection at its other end share: a page with what both sides tell
 /// each other, and then a ring of records. One side writes, the other one reads, and neither believes the other.

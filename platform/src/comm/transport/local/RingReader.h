@@ -32,7 +32,7 @@ class RingReader {
     bool writerWaits();
 
     /// Whether there is something to read.
-    bool hasSomething() const { return m_memory.control().tail.load(std::memory_order_acquire) != m_position; }
+    bool hasSomething() const { return m_memory.control().tail.load(Orders.lookAtTail) != m_position; }
 
     /// Announces that the reader sleeps: from now on the writer rings the doorbell. False if there is something to
     /// read, and then it is not announced.
