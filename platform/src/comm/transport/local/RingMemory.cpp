@@ -12,6 +12,16 @@ namespace {
 // Without them the other side could take pages away under our feet, and using them would end the process.
 constexpr int Seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
 
+// Of later kernels than the C library's headers may know.
+constexpr unsigned NoExecSeal = 8;  // MFD_NOEXEC_SEAL
+
+// Some systems refuse memory that could become a program. Kernels that know no other memory refuse to be asked.
+FileDescriptor makeFile() {
+    constexpr unsigned Flags = MFD_CLOEXEC | MFD_ALLOW_SEALING;
+    const int file = ::memfd_create("zidbench-ring", Flags | NoExecSeal);
+    return FileDescriptor(file < 0 && errno == EINVAL ? ::memfd_create("zidbench-ring", Flags) : file);
+}
+
 }  // namespace
 
 RingMemory::~RingMemory() {
@@ -19,7 +29,7 @@ RingMemory::~RingMemory() {
 }
 
 bool RingMemory::create(FileDescriptor& file) {
-    file = FileDescriptor(::memfd_create("zidbench-ring", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+    file = makeFile();
     if (!file) return failed("memfd_create for a connection", __FILE__, __LINE__);
     if (::ftruncate(file.get(), FileSize) != 0 || ::fcntl(file.get(), F_ADD_SEALS, Seals) != 0)
         return failed("set up the memory of a connection", __FILE__, __LINE__);
@@ -28,7 +38,8 @@ bool RingMemory::create(FileDescriptor& file) {
 
 const char* RingMemory::adopt(const FileDescriptor& file) {
     struct stat status {};
-    if (::fcntl(file.get(), F_GET_SEALS) != Seals) return "its memory is not sealed";
+    const int seals = ::fcntl(file.get(), F_GET_SEALS);
+    if (seals < 0 || (seals & Seals) != Seals) return "its memory is not sealed";
     if (::fstat(file.get(), &status) != 0 || status.st_size != FileSize) return "its memory has a wrong size";
     return map(file.get()) ? "its memory cannot be mapped" : nullptr;
 }
