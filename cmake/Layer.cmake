@@ -1,10 +1,14 @@
-# The compiler settings that all of the project's own targets share.
-add_library(zid_settings INTERFACE)
-target_compile_options(zid_settings INTERFACE
+# What all of the project's own code is compiled with.
+add_library(zid_warnings INTERFACE)
+target_compile_options(zid_warnings INTERFACE
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<BOOL:${ZIDBENCH_WERROR}>:-Werror>
     # Messages name files as they stand in the project, wherever it was built.
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}/=)
+
+# The same and the sanitizers, for all targets that these understand.
+add_library(zid_settings INTERFACE)
+target_link_libraries(zid_settings INTERFACE zid_warnings)
 if(ZIDBENCH_SANITIZE)
     target_compile_options(zid_settings INTERFACE
         -fsanitize=${ZIDBENCH_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)

@@ -23,8 +23,9 @@ class Agent {
     /// Starts the transport and makes `agent` the process's own. True on failure, with the reason in the error storage.
     static bool start(const std::shared_ptr<Agent>& agent);
 
-    /// Withdraws all registrations, then disconnects all proxies, and ends the transport. As long as a callback may run,
-    /// it may still connect proxies. When it returns, no callback runs or will run. Once, not on a callback's thread.
+    /// Withdraws all registrations, then disconnects all proxies, and ends the transport. As long as a callback may
+    /// run, it may still connect proxies. When it returns, no callback runs or will run. Once, not on a callback's
+    /// thread.
     void stop();
 
     transport::Transport& transport() const { return *m_transport; }

@@ -175,15 +175,16 @@ TEST(RingNonsenseTest, ASinkThatWantsNoMoreGetsNoMore) {
     EXPECT_EQ(victim.delivered, 2);
 }
 
-FileDescriptor memory(off_t size, int seals) {
-    FileDescriptor file(::memfd_create("test", MFD_ALLOW_SEALING));
+FileDescriptor memory(off_t size, int seals, unsigned flags = 0) {
+    FileDescriptor file(::memfd_create("test", MFD_ALLOW_SEALING | flags));
     EXPECT_EQ(::ftruncate(file.get(), size), 0);
     EXPECT_EQ(::fcntl(file.get(), F_ADD_SEALS, seals), 0);
     return file;
 }
 
+constexpr int Seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
+
 TEST(RingMemoryTest, OnlyASealedRingIsAdopted) {
-    constexpr int Seals = F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
     const FileDescriptor right = memory(FileSize, Seals);
     EXPECT_EQ(RingMemory().adopt(right), nullptr);
     const FileDescriptor wrong[] = {
@@ -201,6 +202,17 @@ TEST(RingMemoryTest, OnlyASealedRingIsAdopted) {
         FileDescriptor(::open(("/proc/self/fd/" + std::to_string(right.get())).c_str(), O_RDONLY)),
     };
     for (const FileDescriptor& file : wrong) EXPECT_NE(RingMemory().adopt(file), nullptr) << &file - wrong;
+}
+
+TEST(RingMemoryTest, ItCannotBecomeAProgram) {
+    constexpr unsigned NoExecSeal = 8;  // MFD_NOEXEC_SEAL
+    constexpr int SealExec = 0x20;      // F_SEAL_EXEC
+    if (!FileDescriptor(::memfd_create("test", NoExecSeal))) GTEST_SKIP() << "this kernel does not know how";
+    const TestRing ring;
+    EXPECT_EQ(::fcntl(ring.file.get(), F_GET_SEALS), Seals | SealExec);
+    EXPECT_EQ(RingMemory().adopt(memory(FileSize, Seals, NoExecSeal)), nullptr);
+    for (const int seal : {F_SEAL_SHRINK, F_SEAL_GROW, F_SEAL_SEAL})
+        EXPECT_NE(RingMemory().adopt(memory(FileSize, Seals & ~seal, NoExecSeal)), nullptr) << seal;
 }
 
 TEST(DoorbellTest, OnlyADoorbellIsAdopted) {

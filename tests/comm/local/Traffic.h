@@ -20,7 +20,10 @@ namespace comm::transport {
 
 /// A new ring as this process sees it, its file, and the doorbell of its reader.
 struct TestRing {
-    TestRing() {
+    static constexpr std::uint32_t Stretch = 32U << 10;  ///< the records for which it always has pages
+
+    /// Pages can be made to look larger than they are.
+    explicit TestRing(std::uint32_t pageSize = RingMemory::systemPageSize()) : page(pageSize), view(pageSize) {
         if (view.create(file) || bell.create()) std::abort();
     }
 
@@ -32,7 +35,7 @@ struct TestRing {
 
     /// The same memory once more.
     RingMemory share() const {
-        RingMemory memory;
+        RingMemory memory(page);
         if (memory.adopt(file) != nullptr) std::abort();
         return memory;
     }
@@ -56,6 +59,10 @@ struct TestRing {
         return ::fstat(file.get(), &status) == 0 ? static_cast<std::uint32_t>(status.st_blocks) * 512 : 0;
     }
 
+    /// What it takes at most while it is idle: its control, its first records, and the rest of their last page.
+    std::uint32_t idleBytes() const { return (4096 + Stretch + page - 1) / page * page; }
+
+    std::uint32_t page;
     FileDescriptor file;
     RingMemory view;
     Doorbell bell;
@@ -97,6 +104,13 @@ class Traffic final : private RingReader::Sink {
         check(m_reader.read(*this) <= RingReader::Result::Read, m_reader.fault());
         if (m_reader.writerWaits())
             m_outbox.flush([this](Outgoing& call) { return noted(m_writer.write(call)) == RingWriter::Result::Done; });
+    }
+
+    void sendAndRead(int times, std::uint32_t size) {
+        for (int i = 0; i < times; ++i) {
+            send(size);
+            read();
+        }
     }
 
     /// Lets the reader fall asleep if there is nothing to read.

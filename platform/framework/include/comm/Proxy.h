@@ -45,8 +45,9 @@ class Proxy : public Lifecycle {
     virtual void cleanup();
 
     /// Connects: to a living registration at once, to a missing one when it appears. Where the system is short of
-    /// something, such as descriptors, the proxy becomes alive as soon as that is over. True on failure, with the reason
-    /// in the error storage: no agent, connected or disconnected already, or the system refuses, which also ends it.
+    /// something, such as descriptors, the proxy becomes alive as soon as that is over. True on failure, with the
+    /// reason in the error storage: no agent, connected or disconnected already, or the system refuses, which also ends
+    /// it.
     bool connect();
 
     /// Ends the connection for good; waits end with failure. When it has returned the listener hears nothing more, but

@@ -7,8 +7,8 @@
 
 namespace comm::transport {
 
-/// The runtime directory that is in use. A log-out or somebody who cleans up may remove it while the process runs; it is
-/// then opened anew. Any thread.
+/// The runtime directory that is in use. A log-out or somebody who cleans up may remove it while the process runs; it
+/// is then opened anew. Any thread.
 class CurrentDirectory {
   public:
     enum class Result {

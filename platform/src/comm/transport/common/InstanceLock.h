@@ -8,8 +8,8 @@
 
 namespace comm::transport {
 
-/// Makes an identity the only one of its kind in a runtime directory. The system drops the lock with its process, however
-/// that ends; what then remains is a file that locks nothing. Not safe for several threads at once.
+/// Makes an identity the only one of its kind in a runtime directory. The system drops the lock with its process,
+/// however that ends; what then remains is a file that locks nothing. Not safe for several threads at once.
 class InstanceLock {
   public:
     /// Takes the lock for a scope, within which there may be one of the identity. True on failure, with the reason in

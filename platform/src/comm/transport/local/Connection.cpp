@@ -8,8 +8,11 @@
 namespace comm::transport {
 
 Connection::Result Connection::readSocket(Epoll& epoll, const epoll_event& event, std::uint64_t doorbellNumber) {
-    if (m_state == State::New) return greet(epoll, doorbellNumber);
     if (m_state == State::Gone) return Result::Nothing;
+    if (m_state == State::New) {
+        const Result result = greet(epoll, doorbellNumber);
+        if (result != Result::Done || (event.events & EPOLLRDHUP) == 0) return result;
+    }
     char byte = 0;
     const ssize_t count = ::recv(m_socket.get(), &byte, sizeof byte, MSG_DONTWAIT);
     if (count > 0) return over("it sent something that is no message");
@@ -17,8 +20,8 @@ Connection::Result Connection::readSocket(Epoll& epoll, const epoll_event& event
     return leave(epoll, event);
 }
 
-// A peer that closes its connection while calls wait on its side ends only its own direction of the socket, and all of it
-// when they are written. What it writes after that is not looked at.
+// A peer that closes its connection while calls wait on its side ends only its own direction of the socket, and all of
+// it when they are written. What it writes after that is not looked at.
 Connection::Result Connection::leave(Epoll& epoll, const epoll_event& event) {
     if ((event.events & (EPOLLHUP | EPOLLERR)) != 0) {
         m_state = State::Gone;

@@ -84,28 +84,27 @@ std::span<const epoll_event> Dispatcher::sleep(bool thereIsMore) {
 int Dispatcher::untilNewcomers() const {
     if (!m_patience && !m_acceptAgainAt) return Epoll::NoLimit;
     const Clock::duration left = m_patience ? *m_patience : *m_acceptAgainAt - Clock::now();
-    return static_cast<int>(std::chrono::ceil<std::chrono::milliseconds>(std::max(left, Clock::duration::zero())).count());
+    return static_cast<int>(
+        std::chrono::ceil<std::chrono::milliseconds>(std::max(left, Clock::duration::zero())).count());
 }
 
 // Connections come before newcomers, so that a client that has gone is reported before its successor is let in. A full
-// batch of events may have left the end of one out.
+// batch of events may have left the end of one out. For the same reason one newcomer is let in at a time: by the next
+// look it may have gone.
 void Dispatcher::serve(std::span<const epoll_event> ready) {
     bool newcomers = false;
     for (const epoll_event& event : ready) {
         if (ended()) return;
-        if (event.data.u64 == NewConnection)
-            newcomers = true;
-        else if (event.data.u64 > DoorbellRang)
-            serveConnection(event);
+        if (event.data.u64 == NewConnection) newcomers = true;
+        if (const auto found = m_connections.find(event.data.u64); found != m_connections.end())
+            serveConnection(found, event);
     }
     if (m_patience || m_acceptAgainAt) resumeAccepting();
-    if (newcomers && ready.size() < Epoll::MostEvents) acceptAll();
+    if (newcomers && ready.size() < Epoll::MostEvents && !ended()) accept();
 }
 
-void Dispatcher::serveConnection(const epoll_event& event) {
-    const auto found = m_connections.find(event.data.u64);
-    if (found == m_connections.end()) return;
-    if (found->second->readSocket(m_epoll, event, DoorbellRang) == Connection::Result::Over) drop(found);
+void Dispatcher::serveConnection(Connections::iterator connection, const epoll_event& event) {
+    if (connection->second->readSocket(m_epoll, event, DoorbellRang) == Connection::Result::Over) drop(connection);
 }
 
 Dispatcher::Connections::iterator Dispatcher::drop(Connections::iterator connection) {
@@ -113,21 +112,21 @@ Dispatcher::Connections::iterator Dispatcher::drop(Connections::iterator connect
     return m_connections.erase(connection);
 }
 
+void Dispatcher::accept() {
+    if (anyoneLeaving()) return waitForLeavers();
+    FileDescriptor socket = m_sockets.accept();
+    if (socket)
+        admit(std::move(socket));
+    else if (isShortage(errno))
+        waitForResources();
+    // What else can happen here, such as a peer that is gone already, is over with the call.
+}
+
 // As long as a client that has left is not heard to its end, its successor is not let in; and nobody can tell which of
 // the newcomers that is.
-void Dispatcher::acceptAll() {
-    constexpr int MostAtOnce = 16;
-    for (int i = 0; i < MostAtOnce && !ended(); ++i) {
-        if (anyoneLeaving()) {
-            m_sockets.watch(false);
-            if (!m_patience) m_patience = LongestPatience;
-            return;
-        }
-        FileDescriptor socket = m_sockets.accept();
-        if (!socket && isShortage(errno)) return waitForResources();
-        if (!socket) return;  // there is none, or it has gone already
-        admit(std::move(socket));
-    }
+void Dispatcher::waitForLeavers() {
+    m_sockets.watch(false);
+    if (!m_patience) m_patience = LongestPatience;
 }
 
 void Dispatcher::admit(FileDescriptor socket) {
@@ -138,22 +137,24 @@ void Dispatcher::admit(FileDescriptor socket) {
         return;
     }
     const std::uint64_t number = m_nextConnection++;
-    if (m_epoll.set(socket.get(), number, EPOLLIN)) {
-        m_warnings.write("no watch at " + m_identity.display,
-                         "connection of " + peer + " to " + m_identity.display +
-                             " refused: " + ipl::ErrorStorage::reasonText(),
-                         "admit", Source);
+    const epoll_event event{EPOLLIN | EPOLLRDHUP, {.u64 = number}};
+    if (m_epoll.set(socket.get(), number, event.events)) {
+        m_warnings.write(
+            "no watch at " + m_identity.display,
+            "connection of " + peer + " to " + m_identity.display + " refused: " + ipl::ErrorStorage::reasonText(),
+            "admit", Source);
         return ipl::ErrorStorage::ack();
     }
-    m_connections.emplace(number, std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_warnings));
+    auto connection = std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_warnings);
+    serveConnection(m_connections.emplace(number, std::move(connection)).first, {});  // its greeting may be there
 }
 
 // Who connects waits in the socket's queue. The socket would stay ready meanwhile, so it is not watched.
 void Dispatcher::waitForResources() {
-    m_warnings.write("no resources",
-                     "connections to " + m_identity.display + " have to wait: " + osal::systemText(errno) +
-                         " (see ulimit -n)",
-                     "waitForResources", Source);
+    m_warnings.write(
+        "no resources",
+        "connections to " + m_identity.display + " have to wait: " + osal::systemText(errno) + " (see ulimit -n)",
+        "waitForResources", Source);
     m_sockets.watch(false);
     m_acceptAgainAt = Clock::now() + ShortagePause;
 }

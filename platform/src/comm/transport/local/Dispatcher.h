@@ -40,7 +40,7 @@ class Dispatcher {
     static constexpr std::uint64_t NewConnection = 1;
     static constexpr std::uint64_t DoorbellRang = 2;
     // The sockets, and with them newcomers, are looked at so often at least, however much there is to read.
-    static constexpr std::chrono::milliseconds LongestReading{5};
+    static constexpr std::chrono::milliseconds LongestReading{2};
     static constexpr std::chrono::milliseconds ShortagePause{100};
     // How long newcomers wait in all for clients that have left and still owe something.
     static constexpr std::chrono::milliseconds LongestPatience{1000};
@@ -54,11 +54,12 @@ class Dispatcher {
     int untilNewcomers() const;
 
     void serve(std::span<const epoll_event> ready);
-    void serveConnection(const epoll_event& event);
+    void serveConnection(Connections::iterator connection, const epoll_event& event);
     Connections::iterator drop(Connections::iterator connection);
 
-    void acceptAll();
+    void accept();
     void admit(FileDescriptor socket);
+    void waitForLeavers();
     void waitForResources();
     void resumeAccepting();
     bool anyoneLeaving() const;

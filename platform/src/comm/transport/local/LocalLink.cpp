@@ -171,10 +171,10 @@ void LocalLink::scheduleRetry() {
 // Warns of what keeps the link from connecting, and takes that out of the error storage.
 void LocalLink::report(Attempt result) {
     if (result != Attempt::Short && result != Attempt::Refused) return;
-    m_transport.warnings().write("waiting for " + m_identity.display,
-                                 "no connection to " + m_identity.display + " yet, it is tried again: " +
-                                     ipl::ErrorStorage::reasonText(),
-                                 "report", Source);
+    m_transport.warnings().write(
+        "waiting for " + m_identity.display,
+        "no connection to " + m_identity.display + " yet, it is tried again: " + ipl::ErrorStorage::reasonText(),
+        "report", Source);
     ipl::ErrorStorage::ack();
 }
 
@@ -254,8 +254,8 @@ bool LocalLink::readSocket(const char*& fault) {
     return false;
 }
 
-// The registration may be there again already, and then its appearance was noticed. The same one as before has closed the
-// connection for a reason of its own, and perhaps would again. The mutex is held.
+// The registration may be there again already, and then its appearance was noticed. The same one as before has closed
+// the connection for a reason of its own, and perhaps would again. The mutex is held.
 void LocalLink::lose() {
     constexpr std::chrono::seconds LongEnough{1};
     if (Clock::now() - m_connectedAt > LongEnough) m_pause.reset();

@@ -64,10 +64,11 @@ LocalListener::Names LocalListener::restoreNames() {
         if (!lost) return Names::Held;
     }
     if (!reported)
-        m_context.warnings.write("lost name of " + m_identity.display,
-                             m_identity.display + " cannot be reached by new clients, since its files were removed: " +
-                                 ipl::ErrorStorage::reasonText(),
-                             "restoreNames", "comm/transport/local/LocalListener");
+        m_context.warnings.write(
+            "lost name of " + m_identity.display,
+            m_identity.display +
+                " cannot be reached by new clients, since its files were removed: " + ipl::ErrorStorage::reasonText(),
+            "restoreNames", "comm/transport/local/LocalListener");
     ipl::ErrorStorage::ack();
     return Names::Lost;
 }

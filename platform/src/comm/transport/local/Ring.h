@@ -5,9 +5,10 @@
 #include <cstdint>
 
 #include "../common/Limits.h"
+#include "RingOrders.h"
 
-/// How calls lie in the memory that a link and the connection at its other end share: a page with what both sides tell
-/// each other, and then a ring of records. One side writes, the other one reads, and neither believes the other.
+/// How calls lie in the memory that a link and the connection at its other end share: first the positions and flags of
+/// both sides, and then a ring of records. One side writes, the other one reads, and neither believes the other.
 namespace comm::transport {
 
 /// Where a side is in the ring.
@@ -18,7 +19,7 @@ struct alignas(std::uint64_t) RingPosition {
     friend bool operator==(const RingPosition&, const RingPosition&) = default;
 };
 
-/// The first page. Where both positions are equal, there is nothing to read.
+/// What the memory begins with. Where both positions are equal, there is nothing to read.
 struct RingControl {
     using Position = std::atomic<RingPosition>;
     using Flag = std::atomic<std::uint32_t>;

@@ -7,7 +7,7 @@ namespace comm::transport {
 
 // One round ends at the tail as it was at the beginning.
 RingReader::Result RingReader::read(Sink& sink) {
-    const RingPosition tail = m_end ? *m_end : m_memory.control().tail.load(std::memory_order_acquire);
+    const RingPosition tail = m_end ? *m_end : m_memory.control().tail.load(Orders.lookAtTail);
     if (tail == m_position) return Result::Empty;
     if (follow(tail)) return broken("it claims an impossible position");
     Result result = Result::Read;
@@ -109,27 +109,28 @@ void RingReader::advance(std::uint32_t length) {
 
 void RingReader::moveTo(std::uint32_t offset) {
     m_position.offset = offset;
-    m_memory.control().head.store(m_position, std::memory_order_release);
+    m_memory.control().head.store(m_position, Orders.freeRecord);
 }
 
 bool RingReader::writerWaits() {
     RingControl& control = m_memory.control();
     // In one order with the writer, which raises its flag and then looks at the head: one of the two sees the other.
-    control.head.store(m_position);
-    return control.writerWaits.load() != 0 && control.writerWaits.exchange(0) != 0;
+    control.head.store(m_position, Orders.publishHead);
+    return control.writerWaits.load(Orders.lookForWaiter) != 0 &&
+           control.writerWaits.exchange(0, Orders.answerWaiter) != 0;
 }
 
 bool RingReader::fallAsleep() {
     RingControl& control = m_memory.control();
-    control.readerSleeps.store(1);
-    if (control.tail.load() == m_position) return true;
+    control.readerSleeps.store(1, Orders.raiseSleep);
+    if (control.tail.load(Orders.lookAgainAtTail) == m_position) return true;
     wakeUp();
     return false;
 }
 
 void RingReader::wakeUp() {
     RingControl::Flag& sleeps = m_memory.control().readerSleeps;
-    if (sleeps.load(std::memory_order_relaxed) != 0) sleeps.store(0, std::memory_order_relaxed);
+    if (sleeps.load(Orders.lowerSleep) != 0) sleeps.store(0, Orders.lowerSleep);
 }
 
 RingReader::Result RingReader::broken(const char* fault) {

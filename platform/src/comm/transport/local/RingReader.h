@@ -31,13 +31,13 @@ class RingReader {
     Result read(Sink& sink);
 
     /// From now on only what is there at this moment is read: the writer is said to have gone.
-    void readOnlyWhatIsThere() { m_end = m_memory.control().tail.load(std::memory_order_acquire); }
+    void readOnlyWhatIsThere() { m_end = m_memory.control().tail.load(Orders.lookAtTail); }
 
     /// Whether the writer wants to be told that there is room again; asked after a read.
     bool writerWaits();
 
     /// Whether there is something to read.
-    bool hasSomething() const { return m_memory.control().tail.load(std::memory_order_acquire) != m_position; }
+    bool hasSomething() const { return m_memory.control().tail.load(Orders.lookAtTail) != m_position; }
 
     /// Announces that the reader sleeps: from now on the writer rings the doorbell. False if there is something to
     /// read, and then it is not announced.

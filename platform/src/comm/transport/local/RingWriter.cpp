@@ -46,7 +46,7 @@ bool RingWriter::place(const RecordHeader& header, const std::uint8_t* body) {
 bool RingWriter::makeRoom(std::uint32_t size) {
     if (fits(size)) return true;
     ++m_questions;
-    m_memory.control().writerWaits.store(1);
+    m_memory.control().writerWaits.store(1, Orders.askForRoom);
     return fits(size);
 }
 
@@ -74,7 +74,7 @@ bool RingWriter::fits(std::uint32_t size) {
 bool RingWriter::worthALook(std::uint32_t size) const {
     if (m_tail < m_head) return m_tail + size >= m_head;
     if (m_tail >= m_nextLook || !fitsAtEnd(size)) return true;
-    return m_tail >= Stride && m_memory.control().readerSleeps.load(std::memory_order_relaxed) != 0;
+    return m_tail >= Stride && m_memory.control().readerSleeps.load(Orders.guessSleeper) != 0;
 }
 
 // Step by step, so that no call pays for many pages.
@@ -108,7 +108,7 @@ void RingWriter::beginAnew() {
 // Sees how far the reader is. What it has written may be anything, but only a position between what was to be read
 // and where the writer is can be true.
 void RingWriter::look() {
-    const auto [head, generation] = m_memory.control().head.load();
+    const auto [head, generation] = m_memory.control().head.load(Orders.lookAtHead);
     m_nextLook = m_tail + Stride;
     if (generation + 1 == m_generation) return;  // it has not looked since the writer has begun anew
     const bool behind = head < m_head;
@@ -120,8 +120,10 @@ void RingWriter::look() {
 
 void RingWriter::publish() {
     RingControl& control = m_memory.control();
-    control.tail.store({m_tail, m_generation});
-    if (control.readerSleeps.load() != 0 && control.readerSleeps.exchange(0) != 0) m_bell.ring();
+    control.tail.store({m_tail, m_generation}, Orders.publishTail);
+    if (control.readerSleeps.load(Orders.lookForSleeper) != 0 &&
+        control.readerSleeps.exchange(0, Orders.wakeSleeper) != 0)
+        m_bell.ring();
 }
 
 void RingWriter::tidy() {
@@ -131,7 +133,8 @@ void RingWriter::tidy() {
     if (m_broken || m_head != m_tail) return;
     if (m_tail != 0) beginAnew();
     publish();  // before the pages go: no reader looks behind it now
-    m_memory.discard(SmallSize);
+    // Where it fails, the pages stay, and nothing else is lost.
+    (void)m_memory.discard(SmallSize);
     m_size = SmallSize;
 }
 

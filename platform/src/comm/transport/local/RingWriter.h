@@ -68,7 +68,7 @@ class RingWriter {
     std::uint32_t m_nextLook = Stride;  // where to see whether the ring is empty
     std::uint64_t m_questions = 0;      // to tell when there is room, and not answered
     std::uint32_t m_reach = 0;          // how much of the ring was in use since the last tidying
-    bool m_short = false;  // of memory, so that room may come without the reader's doing
+    bool m_short = false;               // of memory, so that room may come without the reader's doing
     bool m_broken = false;
 };
 
