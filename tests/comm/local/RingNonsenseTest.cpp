@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
 
 #include "Traffic.h"
@@ -36,7 +37,10 @@ class Victim : private RingReader::Sink {
 
     RingReader::Result read(std::uint32_t tail, std::uint32_t generation = 0) {
         ring.control().tail = {tail, generation};
-        return reader.read(*this);
+        RingReader::Result result = RingReader::Result::Empty;
+        do result = reader.read(*this);  // which takes a part at a time
+        while (result == RingReader::Result::Read && reader.hasSomething());
+        return result;
     }
     void expectBreak(std::uint32_t tail, std::uint32_t generation = 0) {
         const int before = delivered;

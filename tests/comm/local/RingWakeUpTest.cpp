@@ -22,7 +22,7 @@ constexpr bool Sanitized = false;
 class Sleeper {
   public:
     explicit Sleeper(const Doorbell& bell) {
-        EXPECT_FALSE(m_epoll.open() || m_epoll.set(bell.fd(), 1, EPOLLIN | static_cast<std::uint32_t>(EPOLLET)));
+        EXPECT_FALSE(m_epoll.open() || m_epoll.set(bell.fd(), 1, Doorbell::Events));
     }
     /// False when nobody rings.
     bool sleep() { return !m_epoll.wait(30000).empty(); }

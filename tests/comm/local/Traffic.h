@@ -1,6 +1,5 @@
 #pragma once
 
-#include <sys/eventfd.h>
 #include <sys/stat.h>
 
 #include <algorithm>
@@ -12,6 +11,7 @@
 #include <string>
 #include <vector>
 
+#include "Epoll.h"
 #include "Outbox.h"
 #include "RingReader.h"
 #include "RingWriter.h"
@@ -24,7 +24,9 @@ struct TestRing {
 
     /// Pages can be made to look larger than they are.
     explicit TestRing(std::uint32_t pageSize = RingMemory::systemPageSize()) : page(pageSize), view(pageSize) {
-        if (view.create(file) || bell.create()) std::abort();
+        if (view.create(file) || bell.create() || m_rings.open() || m_rings.set(bell.fd(), 1, Doorbell::Events))
+            std::abort();
+        (void)rang();  // to be watched counts as a ring
     }
 
     /// Makes it an empty one for the next user; what was written stays as it is.
@@ -49,10 +51,7 @@ struct TestRing {
     }
     RingControl& control() const { return view.control(); }
     /// Whether the doorbell has rung since the last question.
-    bool rang() const {
-        eventfd_t rings = 0;
-        return ::eventfd_read(bell.fd(), &rings) == 0;
-    }
+    bool rang() const { return !m_rings.wait(0).empty(); }
     /// The memory that it takes, its page of control included.
     std::uint32_t residentBytes() const {
         struct stat status {};
@@ -66,6 +65,9 @@ struct TestRing {
     FileDescriptor file;
     RingMemory view;
     Doorbell bell;
+
+  private:
+    mutable Epoll m_rings;
 };
 
 /// A call whose array are these bytes.
