@@ -55,6 +55,15 @@ Program TransportServer::start(const std::vector<std::string>& arguments) {
     return Program(arguments, Program::Output::Piped, TRANSPORTSERVER_PROGRAM);
 }
 
+// Each thread's stack takes 512 MiB of the addresses, and the rest of the program less than half of that.
+Program TransportServer::startWithThreads(unsigned count, const std::vector<std::string>& arguments) {
+    const std::string addresses = std::to_string((512 * count + 256) << 10);
+    std::vector<std::string> words{"-c", "ulimit -s 524288; ulimit -v " + addresses + R"(; exec "$0" "$@")",
+                                   TRANSPORTSERVER_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return Program(words, Program::Output::Piped, "/bin/sh");
+}
+
 std::vector<std::string> TransportServer::mountPointsIn(const std::filesystem::path& directory) {
     std::vector<std::string> found;
     std::ifstream mounts("/proc/self/mounts");

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -26,8 +27,7 @@ class TransportServerCommandLineTest : public ServedTest {
     void SetUp() override {}
 };
 
-void expectRefusal(const std::vector<std::string>& arguments, const std::string& subject) {
-    Program program = TransportServer::start(arguments);
+void expectRefusal(Program& program, const std::string& subject) {
     EXPECT_EQ(program.waitForExit(), 1);
     EXPECT_EQ(program.output().text(), "");
     const std::string& text = program.errors().text();
@@ -35,6 +35,11 @@ void expectRefusal(const std::vector<std::string>& arguments, const std::string&
     EXPECT_NE(text.find(subject), std::string::npos) << subject << " is not in " << text;
     EXPECT_NE(text.find(": ", 17), std::string::npos) << "no advice in " << text;
     EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
+}
+
+void expectRefusal(const std::vector<std::string>& arguments, const std::string& subject) {
+    Program program = TransportServer::start(arguments);
+    expectRefusal(program, subject);
 }
 
 TEST_F(TransportServerTest, UnmountsAndEndsUnderLoad) {
@@ -103,6 +108,16 @@ TEST_F(TransportServerTest, MountPointThatCannotServeIsRefused) {
     const TransportServer server(mountPoint());
     expectRefusal({mountPoint()}, mountPoint());
     expectService();
+}
+
+TEST_F(TransportServerTest, MissingThreadIsRefusedAndLeavesNoMount) {
+    if (isSanitized(::getpid())) GTEST_SKIP() << "a sanitizer leaves no addresses to be limited";
+    for (const unsigned threads : {0U, 1U, 2U}) {
+        Program program = TransportServer::startWithThreads(threads, {mountPoint()});
+        expectRefusal(program, "a thread cannot be made: Resource temporarily unavailable");
+        EXPECT_TRUE(TransportServer::mountPointsIn(runtimeDirectory()).empty()) << threads;
+        EXPECT_FALSE(fs::exists(mountPoint())) << threads;
+    }
 }
 
 TEST_F(TransportServerCommandLineTest, MistakeIsRefused) {

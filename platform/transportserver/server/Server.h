@@ -3,14 +3,14 @@
 #include <fuse3/fuse_lowlevel.h>
 
 #include <condition_variable>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "FileSystem.h"
 #include "ReceiveBuffers.h"
+#include "Thread.h"
 
 namespace transport {
 
@@ -37,8 +37,12 @@ class Server {
     static void waitForEnd();
 
   private:
+    enum class Phase { Starting, Serving, Ending };
+
     bool makeSession();
+    bool startThreads();
     bool mount(const std::string& mountPoint);
+    void enter(Phase phase);
     void serve();
     void joinThreads();
     bool fail(const std::string& cause, const std::string& mend);
@@ -49,10 +53,11 @@ class Server {
     bool m_isMounted = false;
     std::string m_reason;
 
-    std::mutex m_mutex;  // guards m_running
+    std::mutex m_mutex;  // guards the two below
+    Phase m_phase = Phase::Starting;
     std::size_t m_running = 0;
-    std::condition_variable m_ended;
-    std::vector<std::thread> m_threads;
+    std::condition_variable m_changed;
+    std::deque<Thread> m_threads;
 };
 
 }  // namespace transport
