@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
@@ -10,7 +11,6 @@
 #include <utility>
 
 #include "PlainFile.h"
-#include "ProcessState.h"
 
 namespace {
 
@@ -43,7 +43,8 @@ void TransportServer::end(int signal) {
 void TransportServer::kill() {
     m_ended = true;
     ::kill(id(), SIGKILL);
-    EXPECT_TRUE(eventually([this] { return figureOf(id(), "VmHWM") == 0; }));
+    siginfo_t ignored{};
+    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(id()), &ignored, WEXITED | WNOWAIT), 0);
 }
 
 std::string TransportServer::obstacle() {

@@ -12,35 +12,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class TransportServerTest : public ServedTest {
-  protected:
-    // Whether bytes come through.
-    void expectService() const {
-        EXPECT_FALSE(PlainFile(writingEnd(), O_WRONLY).write("x"));
-        EXPECT_EQ(PlainFile(readingEnd(), O_RDONLY).read(10), "x");
-    }
-};
+class TransportServerTest : public ServedTest {};
 
 // What needs no mount.
 class TransportServerCommandLineTest : public ServedTest {
   protected:
     void SetUp() override {}
 };
-
-void expectRefusal(Program& program, const std::string& subject) {
-    EXPECT_EQ(program.waitForExit(), 1);
-    EXPECT_EQ(program.output().text(), "");
-    const std::string& text = program.errors().text();
-    EXPECT_EQ(text.compare(0, 16, "transportserver:"), 0) << text;
-    EXPECT_NE(text.find(subject), std::string::npos) << subject << " is not in " << text;
-    EXPECT_NE(text.find(": ", 17), std::string::npos) << "no advice in " << text;
-    EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
-}
-
-void expectRefusal(const std::vector<std::string>& arguments, const std::string& subject) {
-    Program program = TransportServer::start(arguments);
-    expectRefusal(program, subject);
-}
 
 TEST_F(TransportServerTest, UnmountsAndEndsUnderLoad) {
     for (const int signal : {SIGTERM, SIGINT}) {

@@ -61,15 +61,15 @@ void Server::waitForEnd() {
     (void)::sigwait(&signals, &signal);
 }
 
-bool Server::start(const std::string& mountPoint) {
+bool Server::start(const MountPoint& mountPoint) {
     // The threads come before the mount, so that a start without them leaves none behind.
-    if (makeSession() || startThreads() || mount(mountPoint)) return true;
+    if (makeSession(mountPoint.place()) || startThreads() || mount(mountPoint.directory())) return true;
     enter(Phase::Serving);
     return false;
 }
 
-bool Server::makeSession() {
-    const std::string options = "fsname=" + Mount::ownSource() + ",subtype=" + Mount::OwnSubtype;
+bool Server::makeSession(std::uint64_t place) {
+    const std::string options = "fsname=" + Mount::ownSource(place) + ",subtype=" + Mount::OwnSubtype;
     const char* words[] = {Mount::OwnSubtype, "-o", options.c_str()};
     fuse_args arguments = FUSE_ARGS_INIT(3, const_cast<char**>(words));
     m_session = fuse_session_new(&arguments, &FileSystem::operations(), sizeof(fuse_lowlevel_ops), &m_files);

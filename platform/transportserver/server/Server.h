@@ -9,6 +9,7 @@
 #include <string>
 
 #include "FileSystem.h"
+#include "MountPoint.h"
 #include "ReceiveBuffers.h"
 #include "Thread.h"
 
@@ -28,8 +29,8 @@ class Server {
     /// Blocks them for this thread and all that it starts.
     static void blockSignals();
 
-    /// Mounts it on this directory and begins to serve; call it once. True on failure: see reason().
-    [[nodiscard]] bool start(const std::string& mountPoint);
+    /// Mounts it on a prepared mount point and begins to serve; call it once. True on failure: see reason().
+    [[nodiscard]] bool start(const MountPoint& mountPoint);
     /// The cause of a failure, and its mend.
     const std::string& reason() const { return m_reason; }
 
@@ -39,7 +40,7 @@ class Server {
   private:
     enum class Phase { Starting, Serving, Ending };
 
-    bool makeSession();
+    bool makeSession(std::uint64_t place);
     bool startThreads();
     bool mount(const std::string& mountPoint);
     void enter(Phase phase);
