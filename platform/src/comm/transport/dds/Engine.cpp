@@ -117,6 +117,14 @@ Entity Engine::createReader(const ipl::string& name, const ipl::string& descript
                 "reader of " + name);
 }
 
+bool Engine::describe(const Entity& reader, const ipl::string& description) {
+    const Qos qos;
+    ::dds_qset_userdata(qos.get(), description.data(), description.size());
+    const dds_return_t result = ::dds_set_qos(reader.handle(), qos.get());
+    return result != DDS_RETCODE_OK &&
+           error::record(Error::Transport, ipl::string("description: ") + ::dds_strretcode(result), __FILE__, __LINE__);
+}
+
 Entity Engine::createWriter(const ipl::string& name, Signal& matched) const {
     const Qos qos(name);
     const EngineListener listener(&matched);

@@ -34,6 +34,8 @@ class Engine {
     /// The reader of the registration of that name, which tells `description` to whoever discovers it. Empty on
     /// failure, with the reason in the error storage; so are the following.
     Entity createReader(const ipl::string& name, const ipl::string& description, ReaderEvents& events) const;
+    /// Makes the reader tell another description to the domain. True on failure, with the reason in the error storage.
+    [[nodiscard]] static bool describe(const Entity& reader, const ipl::string& description);
     /// A writer for the registration of that name. `matched` is raised when it has met its reader or lost it.
     Entity createWriter(const ipl::string& name, Signal& matched) const;
     /// A reader that tells of every reader in the domain, also of this process's own.

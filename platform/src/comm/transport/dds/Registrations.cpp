@@ -4,14 +4,8 @@
 #include <cstring>
 #include <utility>
 
-#include "ipl/GlobalErrorHandler.h"
-
 namespace comm::transport {
 namespace {
-
-void warn(const ipl::string& text, const char* function) {
-    ipl::GlobalErrorHandler::doWarning(text.c_str(), function, "comm/transport/dds/Registrations");
-}
 
 // The only partition; empty if there is none or more than one.
 ipl::string partitionOf(const dds_qos_t* qos) {
@@ -41,10 +35,22 @@ bool Registrations::open(const Engine& engine, Signal& changed) {
     return !m_reader;
 }
 
-void Registrations::update() {
+void Registrations::close() {
+    Entity reader;
     const std::scoped_lock lock(m_mutex);
-    while (take()) {
+    reader = std::move(m_reader);
+}
+
+void Registrations::update() {
+    ipl::vector<Warning> found;
+    {
+        const std::scoped_lock lock(m_mutex);
+        while (m_reader && take()) {
+        }
+        found.swap(m_found);
     }
+    for (Warning& warning : found)
+        m_warnings.write(warning.kind, std::move(warning.text), "update", "comm/transport/dds/Registrations");
 }
 
 // Takes in some of what has been discovered; false when there is no more. The mutex is held.
@@ -69,6 +75,7 @@ void Registrations::appeared(const dds_builtintopic_endpoint_t& reader) {
     auto registration = Registration::discovered(partitionOf(reader.qos), userDataOf(reader.qos));
     if (!registration || std::strcmp(reader.type_name, Engine::typeName()) != 0)
         return warnOfStranger(reader.type_name);
+    if (registration->isWithdrawn) return;
     Entry entry{++m_discovered, guidOf(reader.participant_key), *std::move(registration)};
     supersede(entry);
     warnOfRivals(entry.registration);
@@ -76,10 +83,10 @@ void Registrations::appeared(const dds_builtintopic_endpoint_t& reader) {
 }
 
 void Registrations::warnOfStranger(const ipl::string& typeName) {
-    if (std::exchange(m_strangerTold, true)) return;
-    warn("somebody in this domain uses the topic " + ipl::string(Engine::Topic) + " for something else, of the type " +
-             typeName.substr(0, 200) + ": nothing is sent there",
-         "warnOfStranger");
+    if (std::exchange(m_strangerFound, true)) return;
+    m_found.push_back({"stranger", "somebody in this domain uses the topic " + ipl::string(Engine::Topic) +
+                                       " for something else, of the type " + typeName.substr(0, 200) +
+                                       ": nothing is sent there"});
 }
 
 void Registrations::supersede(const Entry& successor) {
@@ -93,12 +100,12 @@ void Registrations::supersede(const Entry& successor) {
     });
 }
 
-void Registrations::warnOfRivals(const Registration& registration) const {
+void Registrations::warnOfRivals(const Registration& registration) {
     for (const auto& [guid, entry] : m_alive)
         if (entry.registration.key() == registration.key())
-            warn(registration.display + " is registered twice, by " + entry.registration.owner + " and by " +
-                     registration.owner + ": end one of them. Who is connected stays with the first",
-                 "warnOfRivals");
+            m_found.push_back({registration.key(), registration.display + " is registered twice, by " +
+                                                       entry.registration.owner + " and by " + registration.owner +
+                                                       ": end one of them. Who is connected stays with the first"});
 }
 
 bool Registrations::isKilled(const Guid& participant) const {
