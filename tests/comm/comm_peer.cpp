@@ -2,7 +2,7 @@
 //
 //   comm_peer PROCNAME serve INSTANCE             registers, then prints every event in a line
 //   comm_peer PROCNAME call INSTANCE COUNT SIZE   connects, calls COUNT times with an array of SIZE bytes, and stays
-//   comm_peer PROCNAME return INSTANCE            connects, disconnects, and at a signal connects again and calls
+//   comm_peer PROCNAME return INSTANCE            connects, calls, disconnects, and at a signal does so again and stays
 //   comm_peer PROCNAME withdraw INSTANCE SLOW OTHER
 //                                                 registers both, the callback of SLOW never returns; connects to the
 //                                                 other one; at a signal unregisters, at the next one calls
@@ -68,6 +68,7 @@ int comeBack(std::uint32_t instance) {
     {
         TestProxy first(instance);
         if (first.connect() || first.waitUntilAlive()) return 1;
+        first.call(6, countingArray(10, 6));
     }
     std::puts("ready");
     awaitSignal();

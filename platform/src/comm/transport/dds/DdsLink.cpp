@@ -225,6 +225,8 @@ void DdsLink::close() {
     m_up = false;
     events.swap(m_events);
     if (!m_opened) return;
+    // Who connects next is to wait for this end at the receiver. Without that it is just not held back.
+    if (m_writer) (void)Engine::describe(m_writer, Engine::ClosedWriter);
     // What waits is still sent by the transport's thread.
     if (isDrained())
         leave();

@@ -122,6 +122,11 @@ void DdsListener::reportConnected(dds_instance_handle_t writer) {
     if (m_events->turn().ended() || m_connections.contains(writer)) return;
     m_connections.emplace(writer, connectionOf(writer));
     m_events->connected();
+    std::erase_if(m_heldBack, [&](const CallQueue::Call& call) {
+        if (call.writer != writer) return false;
+        if (!m_events->turn().ended()) dispatch(call);
+        return true;
+    });
 }
 
 // A writer is reported as disconnected after its last call, and before the next one is reported as connected. One that
@@ -131,16 +136,33 @@ void DdsListener::followWriters() {
     while (!dispatchCalls()) {
         matched = matchedWriters();
         reportGone(matched);
-        reportConnected(m_calls[m_next].writer);
+        if (isEarly(m_calls[m_next].writer, matched))
+            m_heldBack.push_back(std::move(m_calls[m_next++]));
+        else
+            reportConnected(m_calls[m_next].writer);
     }
     reportGone(matched);
-    for (const dds_instance_handle_t writer : matched) reportConnected(writer);
+    while (!m_heldBack.empty() && !isEarly(m_heldBack.front().writer, matched) && !m_events->turn().ended())
+        reportConnected(m_heldBack.front().writer);
+    reportGone(matched);
+    for (const auto& [writer, origin] : matched)
+        if (!isEarly(writer, matched)) reportConnected(writer);
+}
+
+// Whether a writer waits until others have gone whose links are closed: whoever comes after such an end, from whichever
+// process, is not reported before it.
+bool DdsListener::isEarly(dds_instance_handle_t writer, const Writers& matched) const {
+    const auto own = matched.find(writer);
+    const bool isClosed = own != matched.end() && own->second.isClosed;
+    return !m_connections.contains(writer) && std::ranges::any_of(matched, [&](const auto& other) {
+        return other.first != writer && other.second.isClosed && (!isClosed || m_connections.contains(other.first));
+    });
 }
 
 void DdsListener::reportGone(const Writers& matched) {
-    Writers gone;
+    std::vector<dds_instance_handle_t> gone;
     for (const auto& [writer, connection] : m_connections)
-        if (!matched.contains(writer) && !hasWaitingCalls(writer)) gone.insert(writer);
+        if (!matched.contains(writer) && !hasWaitingCalls(writer)) gone.push_back(writer);
     for (const dds_instance_handle_t writer : gone) {
         if (m_events->turn().ended()) return;
         remember(m_connections.at(writer));
@@ -159,7 +181,8 @@ bool DdsListener::hasWaitingCalls(dds_instance_handle_t writer) const {
 std::optional<DdsListener::Origin> DdsListener::originOf(dds_instance_handle_t writer) const {
     dds_builtintopic_endpoint_t* const data = ::dds_get_matched_publication_data(m_reader.handle(), writer);
     if (data == nullptr) return std::nullopt;
-    const Origin origin{guidOf(data->key), guidOf(data->participant_key)};
+    const Origin origin{guidOf(data->key), guidOf(data->participant_key),
+                        Discovery::userDataOf(*data) == Engine::ClosedWriter};
     ::dds_builtintopic_free_endpoint(data);
     return origin;
 }
@@ -186,14 +209,13 @@ DdsListener::Writers DdsListener::matchedWriters() const {
         const bool complete = static_cast<std::size_t>(count) <= handles.size();
         handles.resize(static_cast<std::size_t>(count));
         if (!complete) continue;
-        std::erase_if(handles, [this](dds_instance_handle_t writer) { return isOfKilled(writer); });
-        return {handles.begin(), handles.end()};
+        Writers writers;
+        for (const dds_instance_handle_t writer : handles)
+            if (const auto origin = originOf(writer);
+                origin && !m_transport.registrations().isKilled(origin->participant))
+                writers.emplace(writer, *origin);
+        return writers;
     }
-}
-
-bool DdsListener::isOfKilled(dds_instance_handle_t writer) const {
-    const std::optional<Origin> origin = originOf(writer);
-    return origin && m_transport.registrations().isKilled(origin->participant);
 }
 
 }  // namespace comm::transport

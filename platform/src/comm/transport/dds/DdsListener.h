@@ -5,7 +5,6 @@
 #include <map>
 #include <memory>
 #include <optional>
-#include <set>
 
 #include "../Transport.h"
 #include "../common/Identity.h"
@@ -41,12 +40,13 @@ class DdsListener final : public Listener, public std::enable_shared_from_this<D
     struct Origin {
         Guid writer;
         Guid participant;
+        bool isClosed;  // its link is, and it stays until its calls have arrived
     };
     struct Connection {
         Guid writer;
         std::uint64_t lastCall;  // that was reported
     };
-    using Writers = std::set<dds_instance_handle_t>;
+    using Writers = std::map<dds_instance_handle_t, Origin>;
 
     bool publish();
     bool isTakenElsewhere() const;
@@ -59,13 +59,13 @@ class DdsListener final : public Listener, public std::enable_shared_from_this<D
     void dispatch(const CallQueue::Call& call);
     void reportConnected(dds_instance_handle_t writer);
     void followWriters();
+    bool isEarly(dds_instance_handle_t writer, const Writers& matched) const;
     void reportGone(const Writers& matched);
     bool hasWaitingCalls(dds_instance_handle_t writer) const;
     std::optional<Origin> originOf(dds_instance_handle_t writer) const;
     Connection connectionOf(dds_instance_handle_t writer) const;
     void remember(const Connection& gone);
     Writers matchedWriters() const;
-    bool isOfKilled(dds_instance_handle_t writer) const;
 
     DdsTransport& m_transport;
     const Identity m_identity;
@@ -84,6 +84,7 @@ class DdsListener final : public Listener, public std::enable_shared_from_this<D
     std::size_t m_next = 0;  // of them
     const util::UInt8ArrayPtr m_noArray;
     std::map<dds_instance_handle_t, Connection> m_connections;  // that were reported
+    CallQueue::Calls m_heldBack;                                // of writers that come too early
     std::deque<Connection> m_gone;
 };
 

@@ -117,12 +117,10 @@ Entity Engine::createReader(const ipl::string& name, const ipl::string& descript
                 "reader of " + name);
 }
 
-bool Engine::describe(const Entity& reader, const ipl::string& description) {
+bool Engine::describe(const Entity& endpoint, const ipl::string& description) {
     const Qos qos;
     ::dds_qset_userdata(qos.get(), description.data(), description.size());
-    const dds_return_t result = ::dds_set_qos(reader.handle(), qos.get());
-    return result != DDS_RETCODE_OK &&
-           error::record(Error::Transport, ipl::string("description: ") + ::dds_strretcode(result), __FILE__, __LINE__);
+    return ::dds_set_qos(endpoint.handle(), qos.get()) != DDS_RETCODE_OK;
 }
 
 Entity Engine::createWriter(const ipl::string& name, Signal& matched) const {

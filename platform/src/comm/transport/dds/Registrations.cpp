@@ -5,74 +5,36 @@
 #include <utility>
 
 namespace comm::transport {
-namespace {
-
-// The only partition; empty if there is none or more than one.
-ipl::string partitionOf(const dds_qos_t* qos) {
-    std::uint32_t count = 0;
-    char** names = nullptr;
-    if (!::dds_qget_partition(qos, &count, &names)) return {};
-    ipl::string partition = count == 1 ? names[0] : "";
-    for (std::uint32_t i = 0; i < count; ++i) ::dds_free(names[i]);
-    ::dds_free(names);
-    return partition;
-}
-
-ipl::string userDataOf(const dds_qos_t* qos) {
-    void* data = nullptr;
-    std::size_t size = 0;
-    if (!::dds_qget_userdata(qos, &data, &size)) return {};
-    ipl::string text(static_cast<const char*>(data), data == nullptr ? 0 : size);
-    ::dds_free(data);
-    return text;
-}
-
-}  // namespace
 
 bool Registrations::open(const Engine& engine, Signal& changed) {
     const std::scoped_lock lock(m_mutex);
-    m_reader = engine.createDiscovery(changed);
-    return !m_reader;
+    return m_discovery.open(engine, changed);
 }
 
 void Registrations::close() {
-    Entity reader;
+    Entity reader;  // deleted after the mutex is released
     const std::scoped_lock lock(m_mutex);
-    reader = std::move(m_reader);
+    reader = m_discovery.close();
 }
 
 void Registrations::update() {
     ipl::vector<Warning> found;
     {
         const std::scoped_lock lock(m_mutex);
-        while (m_reader && take()) {
-        }
+        m_discovery.take([this](const Discovery::Endpoint& reader, bool isAlive) {
+            m_alive.erase(guidOf(reader.key));
+            m_superseded.erase(guidOf(reader.key));
+            if (isAlive) appeared(reader);
+        });
         found.swap(m_found);
     }
     for (Warning& warning : found)
         m_warnings.write(warning.kind, std::move(warning.text), "update", "comm/transport/dds/Registrations");
 }
 
-// Takes in some of what has been discovered; false when there is no more. The mutex is held.
-bool Registrations::take() {
-    constexpr std::size_t AtOnce = 32;
-    std::array<void*, AtOnce> samples{};
-    std::array<dds_sample_info_t, AtOnce> infos{};
-    const dds_return_t count = ::dds_take(m_reader.handle(), samples.data(), infos.data(), AtOnce, AtOnce);
-    if (count <= 0) return false;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        const auto& reader = *static_cast<const dds_builtintopic_endpoint_t*>(samples[i]);
-        m_alive.erase(guidOf(reader.key));
-        m_superseded.erase(guidOf(reader.key));
-        if (infos[i].instance_state == DDS_ALIVE_INSTANCE_STATE && infos[i].valid_data) appeared(reader);
-    }
-    (void)::dds_return_loan(m_reader.handle(), samples.data(), count);
-    return true;
-}
-
-void Registrations::appeared(const dds_builtintopic_endpoint_t& reader) {
+void Registrations::appeared(const Discovery::Endpoint& reader) {
     if (std::strcmp(reader.topic_name, Engine::Topic) != 0) return;
-    auto registration = Registration::discovered(partitionOf(reader.qos), userDataOf(reader.qos));
+    auto registration = Registration::discovered(Discovery::partitionOf(reader), Discovery::userDataOf(reader));
     if (!registration || std::strcmp(reader.type_name, Engine::typeName()) != 0)
         return warnOfStranger(reader.type_name);
     if (registration->isWithdrawn) return;

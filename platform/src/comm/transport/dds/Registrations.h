@@ -6,7 +6,7 @@
 #include <optional>
 
 #include "../common/Warnings.h"
-#include "Engine.h"
+#include "Discovery.h"
 #include "Guid.h"
 #include "Registration.h"
 #include "ipl/vector.h"
@@ -47,8 +47,7 @@ class Registrations {
         ipl::string text;
     };
 
-    bool take();
-    void appeared(const dds_builtintopic_endpoint_t& reader);
+    void appeared(const Discovery::Endpoint& reader);
     void warnOfStranger(const ipl::string& typeName);
     void supersede(const Entry& successor);
     void warnOfRivals(const Registration& registration);
@@ -57,7 +56,7 @@ class Registrations {
 
     // Guards what follows.
     mutable std::mutex m_mutex;
-    Entity m_reader;
+    Discovery m_discovery;
     std::map<Guid, Entry> m_alive;
     std::map<Guid, Guid> m_superseded;  // readers that are still believed to live, and their participants
     std::uint64_t m_discovered = 0;
