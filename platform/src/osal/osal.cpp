@@ -46,7 +46,7 @@ void Osal::endProcess(int status) {
     // Not all streams: another thread may hold standard input while it waits for a line.
     (void)std::fflush(stdout);
     (void)std::fflush(stderr);
-    std::_Exit(status);
+    std::quick_exit(status);
 }
 
 }  // namespace osal

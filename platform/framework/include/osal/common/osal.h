@@ -29,7 +29,8 @@ class Osal {
     static void cleanupAll();
 
     /// Ends the process at once with this status, its output written out. For a thread that finds that the process
-    /// cannot go on while others are still at work: no destructor runs under their feet.
+    /// cannot go on while others are still at work: no destructor runs under their feet, only what was registered with
+    /// `std::at_quick_exit`.
     [[noreturn]] static void endProcess(int status);
 
     static std::atomic<int> s_init_count;
