@@ -28,6 +28,7 @@ constexpr int LeftStatus = 7;
 void printWhatComes(int socket) {
     char line[256];
     for (ssize_t size = 0; (size = ::read(socket, line, sizeof line)) > 0;) {
+        (void)__atomic_load_n(&stdout, __ATOMIC_ACQUIRE);  // as if the thread had been started after the shell
         const ipl::string text(line + 1, static_cast<std::size_t>(size) - 1);
         if (line[0] == 'p') std::printf("%s", text.c_str());
         if (line[0] == 'p') (void)std::fflush(stdout);
