@@ -17,7 +17,7 @@ ipl::string takeReason() {
 }  // namespace
 
 std::shared_ptr<AgentStart> AgentStart::begin(Create create, AgentStarterEventReceiver& receiver) {
-    const std::shared_ptr<AgentStart> start(new AgentStart(std::move(create), receiver));
+    std::shared_ptr<AgentStart> start(new AgentStart(std::move(create), receiver));
     start->m_self = start;
     if (start->start()) {
         start->m_self.reset();

@@ -14,9 +14,10 @@ namespace osal {
 namespace {
 
 void openMissingStreams() {
-    // A new descriptor is always the lowest free one, so the loop ends with the first beyond standard error.
+    // A new descriptor is always the lowest free one, so the loop ends with the first beyond standard error. Started
+    // programs inherit the streams.
     int fd = -1;
-    do fd = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+    do fd = ::open("/dev/null", O_RDWR);
     while (fd >= 0 && fd <= STDERR_FILENO);
     if (fd > STDERR_FILENO) ::close(fd);
 }
