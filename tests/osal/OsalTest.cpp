@@ -2,6 +2,7 @@
 #include <linux/filter.h>
 #include <linux/seccomp.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -10,10 +11,12 @@
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <new>
 #include <optional>
 #include <sstream>
 #include <thread>
@@ -100,6 +103,29 @@ TEST(Osal, IsInitialisedWhileSomebodyHoldsIt) {
     }
     EXPECT_FALSE(osal::Osal::s_initialized);
     EXPECT_EQ(osal::Osal::s_init_count, 0);
+}
+
+volatile const void* allocated;  // where the compiler does not see that it is not used
+
+[[noreturn]] void useUpMemory() {
+    const osal::Osal osal(true, false);
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_AS, &none);
+    for (std::size_t size = std::size_t{1} << 20; size >= 16; size /= 2) {
+        do allocated = new (std::nothrow) char[size];
+        while (allocated != nullptr);
+    }
+    (void)!::write(STDERR_FILENO, "exhausted\n", 10);
+    allocated = new char[16];
+    ::_exit(0);
+}
+
+TEST(Osal, AllocationThatFailsEndsTheProcessUnlessItMayFail) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer allocates on its own";
+#endif
+    EXPECT_EXIT(useUpMemory(), testing::KilledBySignal(SIGABRT),
+                "^exhausted\nout of memory: an allocation \\(operator new, framework/include/osal/common/osal\\)\n$");
 }
 
 class CountingThread final : public osal::Thread {
