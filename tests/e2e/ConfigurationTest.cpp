@@ -67,4 +67,11 @@ TEST_F(ConfigurationTest, ProcessNameSelectsTheFile) {
     leave(shell);
 }
 
+TEST_F(ConfigurationTest, ProcessWithoutANameIsATestclient) {
+    configure("testclient", "none");
+    Program program({});
+    EXPECT_EQ(program.waitForExit(), 255);
+    EXPECT_NE(program.output().text().find(configuration("testclient").string()), std::string::npos);
+}
+
 }  // namespace

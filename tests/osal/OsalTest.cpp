@@ -105,7 +105,7 @@ TEST(Osal, IsInitialisedWhileSomebodyHoldsIt) {
     EXPECT_EQ(osal::Osal::s_init_count, 0);
 }
 
-volatile const void* allocated;  // where the compiler does not see that it is not used
+const void* volatile allocated;  // where the compiler does not see that it is not used
 
 [[noreturn]] void useUpMemory() {
     const osal::Osal osal(true, false);

@@ -29,7 +29,7 @@ class Screen {
         for (std::string& row : rows) row.erase(row.find_last_not_of(' ') + 1);
         std::string& current = rows[m_row];
         if (current.size() < m_column) current.resize(m_column, ' ');
-        current.insert(m_column, "|");
+        current.insert(m_column, 1, '|');
         const std::size_t skipped = rows.size() - std::min(count, rows.size());
         rows.erase(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(skipped));
         return rows;
@@ -72,7 +72,7 @@ class Screen {
             nextRow();
         }
         std::string& row = current();
-        if (m_inserting) row.insert(row.begin() + static_cast<std::ptrdiff_t>(m_column), ' ');
+        if (m_inserting) row.insert(m_column, 1, ' ');
         row[m_column++] = byte;
     }
 

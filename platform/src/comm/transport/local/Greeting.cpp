@@ -70,10 +70,10 @@ Greeting::Result Greeting::receive(int socket, const char*& fault) {
         fault = "reading from it failed";
     else if (count != sizeof body || body.protocol != GreetingBody::Protocol)
         fault = "it speaks another protocol";
-    else if (cut || descriptors != std::tuple_size_v<Descriptors>)
-        fault = "its greeting does not come with just a memory and a doorbell";
+    else if (descriptors != std::tuple_size_v<Descriptors>)
+        fault = "its greeting comes without memory and doorbell";
     else
-        fault = nullptr;
+        fault = cut ? "its greeting comes with more than memory and doorbell" : nullptr;
     return fault == nullptr ? Result::Complete : Result::Wrong;
 }
 
