@@ -10,14 +10,6 @@
 namespace comm::transport {
 namespace {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool Sanitized = true;
-#elif defined(__has_feature)
-constexpr bool Sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
-#else
-constexpr bool Sanitized = false;
-#endif
-
 // Waits for a doorbell as the dispatch thread does.
 class Sleeper {
   public:
@@ -31,7 +23,8 @@ class Sleeper {
     Epoll m_epoll;
 };
 
-// A writing thread and a reading one, each of which sleeps until the other one wakes it.
+// A writing thread and a reading one, each of which sleeps until the other one wakes it. That no schedule lets one of
+// them sleep for ever is proven by the model of the ring; this tries the code as it is compiled.
 class RingWakeUpTest : public testing::Test, private RingReader::Sink {
   protected:
     // Sends calls of that size until the reader has slept, and the writer has waited, so often.
@@ -42,7 +35,7 @@ class RingWakeUpTest : public testing::Test, private RingReader::Sink {
             last = m_ended;
             any = m_reader.read(*this) == RingReader::Result::Read;
             if (any && m_reader.writerWaits()) m_room.ring();
-            if (!any && !last && sleepInVain(sleeper)) break;
+            if (!any && !last && (waits == 0 ? sleepInVain(sleeper) : readNothingUntilTheRingIsFull())) break;
             if (m_sleeps >= sleeps && m_waits >= waits) m_enough = true;
         }
         m_enough = true;
@@ -86,6 +79,11 @@ class RingWakeUpTest : public testing::Test, private RingReader::Sink {
         return HasFailure();
     }
 
+    bool readNothingUntilTheRingIsFull() {
+        while (m_ring.control().writerWaits.load() == 0 && !m_ended && !m_enough) std::this_thread::yield();
+        return HasFailure();
+    }
+
     bool received(const Message& message) override {
         EXPECT_EQ(message.handleSize, m_next++);
         return false;
@@ -102,11 +100,11 @@ class RingWakeUpTest : public testing::Test, private RingReader::Sink {
 };
 
 TEST_F(RingWakeUpTest, ASleepingReaderIsAlwaysWoken) {
-    soak(8, Sanitized ? 50000 : 200000, 0);
+    soak(8, 2000, 0);
 }
 
 TEST_F(RingWakeUpTest, AWriterThatWaitsIsAlwaysTold) {
-    soak(3U << 20, 0, Sanitized ? 5 : 200);
+    soak(3U << 20, 0, 5);
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ bool InstanceLock::take(std::shared_ptr<const RuntimeDirectory> directory, const
     m_directory = std::move(directory);
     m_fileName = identity.fileName + scope + ".lock";
     // A holder that releases removes the file, perhaps just after this opened it: then the lock is worth nothing.
-    for (bool locked = false; !locked || !isCurrent();)
+    for (bool locked = false; !locked || !isCurrentIn(*m_directory);)
         if (openCurrent(identity, locked)) return true;
     const ipl::string owner = std::to_string(::getpid());
     if (::ftruncate(m_file.get(), 0) != 0 || ::pwrite(m_file.get(), owner.data(), owner.size(), 0) < 0)
@@ -34,9 +34,9 @@ bool InstanceLock::openCurrent(const Identity& identity, bool& locked) {
     return error::record(Error::InstanceTaken, identity.display + " is registered by " + holder(), __FILE__, __LINE__);
 }
 
-bool InstanceLock::isCurrent() const {
+bool InstanceLock::isCurrentIn(const RuntimeDirectory& directory) const {
     struct stat mine {};
-    return m_file && ::fstat(m_file.get(), &mine) == 0 && m_directory->holds(m_fileName, mine);
+    return m_file && ::fstat(m_file.get(), &mine) == 0 && directory.holds(m_fileName, mine);
 }
 
 ipl::string InstanceLock::holder() const {
@@ -49,7 +49,7 @@ ipl::string InstanceLock::holder() const {
 
 void InstanceLock::release() {
     if (!m_file) return;
-    if (isCurrent()) m_directory->remove(m_fileName);
+    if (isCurrentIn(*m_directory)) m_directory->remove(m_fileName);
     m_file.reset();
 }
 

@@ -17,8 +17,8 @@ class InstanceLock {
     [[nodiscard]] bool take(std::shared_ptr<const RuntimeDirectory> directory, const Identity& identity,
                             const ipl::string& scope);
 
-    /// Whether the lock's file still has its name. One that has lost it excludes nobody.
-    bool isCurrent() const;
+    /// Whether the lock's file has its name in that directory. Otherwise it excludes nobody there.
+    bool isCurrentIn(const RuntimeDirectory& directory) const;
 
     /// Drops the lock, and removes its file if that is its own.
     void release();
