@@ -32,7 +32,6 @@ void Dispatcher::run() {
         ready = sleep(more);
     }
     m_connections.clear();
-    m_sockets.close();
     m_events.reset();
 }
 

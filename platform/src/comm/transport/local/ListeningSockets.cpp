@@ -34,11 +34,6 @@ bool ListeningSockets::isCurrent() const {
     return !m_sockets.empty() && m_sockets.back().isCurrent();
 }
 
-void ListeningSockets::removeName() const {
-    const std::scoped_lock lock(m_mutex);
-    if (!m_sockets.empty()) m_sockets.back().removeName();
-}
-
 void ListeningSockets::watch(bool wanted) {
     const std::scoped_lock lock(m_mutex);
     m_watched = wanted;
@@ -66,6 +61,7 @@ bool ListeningSockets::anyoneWaits() const {
 
 void ListeningSockets::close() {
     const std::scoped_lock lock(m_mutex);
+    if (!m_sockets.empty()) m_sockets.back().removeName();
     m_sockets.clear();
 }
 

@@ -21,7 +21,6 @@ class ListeningSockets {
 
     /// Whether the name leads to the last one.
     bool isCurrent() const;
-    void removeName() const;
 
     /// Starts and stops to report new connections.
     void watch(bool wanted);
@@ -32,7 +31,7 @@ class ListeningSockets {
     /// Whether there is a connection to accept.
     bool anyoneWaits() const;
 
-    /// Refuses all further connections.
+    /// Removes the name and refuses all further connections.
     void close();
 
   private:
