@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <thread>
+
 #include "Agent.h"
 #include "RunningAgent.h"
 #include "TestService.h"
@@ -14,6 +17,12 @@ class NoEvents final : public comm::transport::LinkEvents {
     void up() override { ADD_FAILURE() << "it was closed"; }
     void down() override { ADD_FAILURE() << "it was closed"; }
 };
+
+bool isLetGo(const std::shared_ptr<comm::transport::Link>& link) {
+    const auto end = std::chrono::steady_clock::now() + Watchdog;
+    while (link.use_count() > 1 && std::chrono::steady_clock::now() < end) std::this_thread::yield();
+    return link.use_count() == 1;
+}
 
 class LinkTest : public testing::TestWithParam<const char*> {
   protected:
@@ -29,8 +38,10 @@ TEST_P(LinkTest, StaysClosedWhenItIsOpenedAfterwards) {
     link->close();
     link->close();
     EXPECT_TRUE(held.expired());
+    EXPECT_TRUE(isLetGo(link));
     (void)link->open();
     ipl::ErrorStorage::ack();
+    EXPECT_TRUE(isLetGo(link)) << "the transport keeps it";
 
     TestProxy next(1);
     ASSERT_FALSE(next.connect());
