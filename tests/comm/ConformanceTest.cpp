@@ -426,11 +426,14 @@ TEST_P(Conformance, ConnectingMayRaceDisconnectingAndTheAgentsEnd) {
             endsAgent ? agent.end() : proxy.disconnect();
             listener.log.add("ended");
         });
-        EXPECT_FALSE(proxy.waitUntilDead() && takeReason().empty());
-        EXPECT_TRUE(proxy.waitUntilAlive()) << "it has ended, while its listener has not returned yet";
+        std::thread waiting([&] {
+            (void)proxy.waitUntilDead();
+            EXPECT_TRUE(proxy.waitUntilAlive());
+            listener.gate.add("waited");
+        });
+        EXPECT_TRUE(listener.gate.waitFor("waited")) << "it has ended, though its listener has not returned yet";
         listener.gate.add("open");
-        connecting.join();
-        ending.join();
+        for (std::thread* thread : {&connecting, &ending, &waiting}) thread->join();
         EXPECT_EQ(listener.log.all(), (std::vector<std::string>{"alive", "returned", "dead", "returned", "ended"}));
         EXPECT_TRUE(proxy.connect());
     }

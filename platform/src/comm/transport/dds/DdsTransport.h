@@ -28,19 +28,22 @@ class DdsLink;
 ///   its machine takes its place before. What it has not received until then is lost, and what a killed process had not
 ///   sent yet. Who comes back later is a new connection.
 /// - An instance is the only one of its kind on its machine at once, but a second one on another machine is refused
-///   only after it was discovered; until then there are two, each process that discovers them warns, and who is
+///   only after it was discovered; until then there are two, each process that discovers them warns, and whoever is
 ///   connected stays with the first.
+/// - A client's end is reported before the connection of a later client if the news of the two arrive in that order,
+///   which packets that get lost may change. While a closed client cannot send the rest of its calls, for at most its
+///   lease, new connections wait.
 /// - `send` waits for up to 2 ms where the receiver does not keep up, which leaves the flow control to the engine; then
 ///   it queues.
-/// - Calls are told on the engine's thread that receives them. A callback that waits keeps all other calls to its
-///   process waiting.
+/// - Calls are reported on the engine's thread that receives them. A callback that waits keeps all other calls to its
+///   process waiting, and the engine's deletions: a withdrawn registration says so at once, its reader goes later.
 /// - A receiver acknowledges what it has received and not what its user has processed, so its queue has no bound but
 ///   its memory. The bound of what waits at the sender holds while the receiver is stopped.
 /// - The network is trusted: whoever is in the domain gets in.
 /// - The engine's threads wake up now and then to tell that they live.
 ///
 /// The transport's thread follows discovery and sends on what the engine had no room for. The latter it tries every
-/// millisecond, since the engine does not tell when there is room.
+/// millisecond, since the engine does not report when there is room.
 class DdsTransport final : public Transport, private util::Thread::Runnable {
   public:
     explicit DdsTransport(AgentConfiguration configuration);

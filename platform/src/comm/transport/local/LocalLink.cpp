@@ -33,7 +33,12 @@ LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs&
 
 // Known to the transport before the first look, so that a registration that appears meanwhile is not missed.
 bool LocalLink::open() {
-    if (m_transport.add(shared_from_this())) return true;
+    {
+        const std::scoped_lock lock(m_mutex);
+        if (m_closed)
+            return error::record(Error::NotConnected, m_identity.display + " was disconnected", __FILE__, __LINE__);
+        if (m_transport.add(shared_from_this())) return true;
+    }
     const Attempt result = look();
     if (result == Attempt::Refused) return true;
     report(result);
