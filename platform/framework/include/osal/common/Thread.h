@@ -19,7 +19,8 @@ class Thread {
     /// joins itself is one. One thread at a time may join.
     bool join();
 
-    /// Lets the thread end by itself. For one that nobody can wait for; the object must live until `entry` has returned.
+    /// Lets the thread end by itself. For one that nobody can wait for; the object must live until `entry` has
+    /// returned.
     void detach();
 
   protected:
