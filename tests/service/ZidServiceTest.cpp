@@ -14,6 +14,7 @@ class ClientStub final : public ISRMExchangeS {
     ClientStub() : m_proxy(std::make_unique<ISRMExchangeProxy>(Instance)) {}
     ~ClientStub() override { unregisterSelf(); }
     using ISRMExchangeS::registerSelf;
+    using ISRMExchangeS::unregisterSelf;
 
     void connect() {
         ASSERT_FALSE(registerSelf(Instance + 100));
@@ -146,6 +147,30 @@ TEST_F(ZidServiceTest, DropsRepliesUntilTheClientCanBeAnswered) {
     ASSERT_TRUE(client.log.waitFor("connected"));
     client.sendData(1);
     EXPECT_TRUE(client.log.waitFor("reply"));
+}
+
+// A service that stood still learns of several things at once, and perhaps first that there is another reply service.
+TEST_F(ZidServiceTest, LeavesTheNextClientAloneUntilThatHasConnected) {
+    ClientStub gone;
+    gone.connect();
+    gone.start(1);
+    ASSERT_TRUE(gone.log.waitFor("reply"));
+    gone.unregisterSelf();
+    ClientStub next;
+    ISRMExchangeProxy probe(Instance + 100);  // alive after all that was connected before
+    ASSERT_FALSE(probe.connect());
+    ASSERT_FALSE(next.registerSelf(Instance + 100));
+    ASSERT_FALSE(probe.waitUntilAlive());
+    ASSERT_TRUE(next.log.waitFor("connected"));
+    probe.disconnect();
+    ASSERT_TRUE(next.log.waitFor("disconnected"));
+
+    gone.disconnect();
+    next.connectWithoutReplyService();
+    ASSERT_TRUE(next.log.waitFor("connected", 2));
+    next.start(1);
+    ASSERT_TRUE(next.log.waitFor("reply"));
+    EXPECT_EQ(next.log.all(), (std::vector<std::string>{"connected", "disconnected", "connected", "reply"}));
 }
 
 }  // namespace

@@ -6,7 +6,8 @@
 
 #include "../../configuration/AgentConfiguration.h"
 #include "../Transport.h"
-#include "../common/RuntimeDirectory.h"
+#include "../common/CurrentDirectory.h"
+#include "../common/DispatchThreads.h"
 #include "Disposal.h"
 #include "Engine.h"
 #include "Registrations.h"
@@ -50,7 +51,7 @@ class DdsTransport final : public Transport, private util::Thread::Runnable {
     ipl::string description() const override;
     std::shared_ptr<Listener> listen(const TrackedBase::IdentityArgs& identity,
                                      std::shared_ptr<ListenerEvents> events) override;
-    std::shared_ptr<Link> link(const TrackedBase::IdentityArgs& identity, LinkEvents& events) override;
+    std::shared_ptr<Link> link(const TrackedBase::IdentityArgs& identity, std::shared_ptr<LinkEvents> events) override;
 
     // What follows is for the links and listeners.
 
@@ -59,12 +60,11 @@ class DdsTransport final : public Transport, private util::Thread::Runnable {
     void remove(const DdsLink& link);
     /// Whether a closed link to the same registrations has not left yet.
     bool hasPredecessor(const DdsLink& link);
-    /// Takes over a thread that is about to end, to join it later.
-    void keep(std::unique_ptr<util::Thread> thread);
+    DispatchThreads& dispatchThreads() { return m_dispatchThreads; }
     Registrations& registrations() { return m_registrations; }
     Disposal& disposal() { return m_disposal; }
     Engine& engine() { return m_engine; }
-    const RuntimeDirectory& directory() const { return m_directory; }
+    std::shared_ptr<const RuntimeDirectory> directory() const { return m_directory.get(); }
     /// Within which an instance is registered once on this machine.
     const ipl::string& lockScope() const { return m_lockScope; }
     /// Wakes the transport's thread, to ask every link to follow.
@@ -78,19 +78,18 @@ class DdsTransport final : public Transport, private util::Thread::Runnable {
 
     const AgentConfiguration m_configuration;
     const ipl::string m_lockScope;
-    RuntimeDirectory m_directory;
+    CurrentDirectory m_directory;
     Signal m_signal;
     Engine m_engine;
     Registrations m_registrations;
     Disposal m_disposal;
+    DispatchThreads m_dispatchThreads;
     util::Thread m_thread;
 
     // Guards what follows. Nothing else is locked under it.
     std::mutex m_mutex;
     bool m_running = false;
     std::map<const DdsLink*, std::shared_ptr<DdsLink>> m_links;
-    // Dispatch threads that ended inside their own callbacks.
-    ipl::vector<std::unique_ptr<util::Thread>> m_ended;
 };
 
 }  // namespace comm::transport

@@ -30,8 +30,13 @@ Connection::Result Connection::leave(Epoll& epoll, const epoll_event& event) {
         return readRing();
     }
     m_state = State::Leaving;
-    if (epoll.set(m_socket.get(), event.data.u64, 0)) ipl::ErrorStorage::ack();  // it is watched already
+    watch(epoll, event.data.u64, false);
     return Result::Done;
+}
+
+void Connection::watch(Epoll& epoll, std::uint64_t number, bool wanted) const {
+    const std::uint32_t events = wanted ? Events : 0;
+    if (epoll.set(m_socket.get(), number, events)) ipl::ErrorStorage::ack();  // it is watched already
 }
 
 Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber) {
@@ -40,6 +45,8 @@ Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber)
     switch (greeting.receive(m_socket.get(), fault)) {
         case Greeting::Result::NotYet:
             return Result::Nothing;
+        case Greeting::Result::Short:
+            return Result::Short;
         case Greeting::Result::Ended:
             return over(nullptr);
         case Greeting::Result::Wrong:
@@ -57,13 +64,12 @@ Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber)
         return over("its doorbell cannot be watched");
     }
     m_reader.emplace(std::move(memory));
-    if (hasGoneUnheard()) return Result::Over;
+    if (m_othersWait && hasGoneUnheard()) return Result::Over;
     m_state = State::Open;
     m_events.connected();
     return Result::Done;
 }
 
-// Reporting a peer that has come and gone without a call would make the service answer whoever came after it.
 bool Connection::hasGoneUnheard() const {
     char byte = 0;
     return !m_reader->hasSomething() && ::recv(m_socket.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) == 0;

@@ -1,7 +1,9 @@
 #include "ListeningSockets.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "ipl/ErrorStorage.h"
@@ -52,6 +54,14 @@ FileDescriptor ListeningSockets::accept() const {
         if (accepted || errno != EAGAIN) return accepted;
     }
     return {};
+}
+
+bool ListeningSockets::anyoneWaits() const {
+    const std::scoped_lock lock(m_mutex);
+    return std::ranges::any_of(m_sockets, [](const ListeningSocket& socket) {
+        pollfd state{socket.fd(), POLLIN, 0};
+        return ::poll(&state, 1, 0) > 0;
+    });
 }
 
 void ListeningSockets::close() {

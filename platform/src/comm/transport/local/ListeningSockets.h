@@ -29,6 +29,9 @@ class ListeningSockets {
     /// Accepts a connection. Empty if there is none, with the reason in `errno`, which is EAGAIN if none waits.
     FileDescriptor accept() const;
 
+    /// Whether there is a connection to accept.
+    bool anyoneWaits() const;
+
     /// Refuses all further connections.
     void close();
 
