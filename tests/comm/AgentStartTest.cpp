@@ -37,7 +37,7 @@ class SlowTransport final : public comm::transport::Transport {
         return nullptr;
     }
     std::shared_ptr<comm::transport::Link> link(const comm::TrackedBase::IdentityArgs& /*identity*/,
-                                                comm::transport::LinkEvents& /*events*/) override {
+                                                std::shared_ptr<comm::transport::LinkEvents>) override {
         return nullptr;
     }
 

@@ -72,7 +72,7 @@ class Screen {
             nextRow();
         }
         std::string& row = current();
-        if (m_inserting) row.insert(m_column, " ");
+        if (m_inserting) row.insert(row.begin() + static_cast<std::ptrdiff_t>(m_column), ' ');
         row[m_column++] = byte;
     }
 
