@@ -136,26 +136,34 @@ void DdsListener::followWriters() {
     while (!dispatchCalls()) {
         matched = matchedWriters();
         reportGone(matched);
+        reportHeldBack(matched);
         if (isEarly(m_calls[m_next].writer, matched))
             m_heldBack.push_back(std::move(m_calls[m_next++]));
         else
             reportConnected(m_calls[m_next].writer);
     }
     reportGone(matched);
-    while (!m_heldBack.empty() && !isEarly(m_heldBack.front().writer, matched) && !m_events->turn().ended())
-        reportConnected(m_heldBack.front().writer);
-    reportGone(matched);
+    reportHeldBack(matched);
     for (const auto& [writer, origin] : matched)
         if (!isEarly(writer, matched)) reportConnected(writer);
 }
 
-// Whether a writer waits until others have gone whose links are closed: whoever comes after such an end, from whichever
-// process, is not reported before it.
+// Some of them may have gone again.
+void DdsListener::reportHeldBack(const Writers& matched) {
+    while (!m_heldBack.empty() && !m_events->turn().ended() && !isEarly(m_heldBack.front().writer, matched)) {
+        reportConnected(m_heldBack.front().writer);
+        reportGone(matched);
+    }
+}
+
+// Whether a new writer waits until others have gone whose links are closed: one that comes after such an end, from
+// whichever process, is not reported before it. Of a closed one that is new itself it is not known whether it came
+// before one that is closed or has gone as well.
 bool DdsListener::isEarly(dds_instance_handle_t writer, const Writers& matched) const {
     const auto own = matched.find(writer);
-    const bool isClosed = own != matched.end() && own->second.isClosed;
+    const bool isOpen = own != matched.end() && !own->second.isClosed;
     return !m_connections.contains(writer) && std::ranges::any_of(matched, [&](const auto& other) {
-        return other.first != writer && other.second.isClosed && (!isClosed || m_connections.contains(other.first));
+        return other.first != writer && other.second.isClosed && (isOpen || m_connections.contains(other.first));
     });
 }
 

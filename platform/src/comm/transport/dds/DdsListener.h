@@ -59,6 +59,7 @@ class DdsListener final : public Listener, public std::enable_shared_from_this<D
     void dispatch(const CallQueue::Call& call);
     void reportConnected(dds_instance_handle_t writer);
     void followWriters();
+    void reportHeldBack(const Writers& matched);
     bool isEarly(dds_instance_handle_t writer, const Writers& matched) const;
     void reportGone(const Writers& matched);
     bool hasWaitingCalls(dds_instance_handle_t writer) const;
