@@ -109,8 +109,12 @@ TEST_F(DirectoryTest, ARegistrationWhoseIdentityIsTakenSaysSoOnceAndTouchesNothi
 class LostDirectoryTest : public DirectoryTest {
   protected:
     LostDirectoryTest() {
-        EXPECT_FALSE(service.registration().registerService());
         EXPECT_FALSE(waiting.connect());
+        // When this one is alive, all has been noticed that is in the directory.
+        TestProxy early(1);
+        EXPECT_FALSE(early.connect());
+        EXPECT_FALSE(service.registration().registerService());
+        EXPECT_TRUE(becomesAlive(early));
     }
 
     // What is in use fills itself again, so it takes someone who insists.
