@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
-#include <functional>
-
 #include "PeerProcess.h"
 #include "PlayedPeer.h"
 #include "RunningAgent.h"
@@ -16,15 +14,6 @@ namespace comm::transport {
 namespace {
 
 namespace fs = std::filesystem;
-
-bool becomesTrue(const std::function<bool()>& condition) {
-    const auto end = std::chrono::steady_clock::now() + Watchdog;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
 
 std::ptrdiff_t count(const std::string& text, const std::string& part) {
     std::ptrdiff_t times = 0;
@@ -49,7 +38,7 @@ class DirectoryTest : public testing::Test {
     static void expectReachable(TestService& service, std::uint32_t instance, std::uint16_t call) {
         TestProxy proxy(instance);
         ASSERT_FALSE(proxy.connect());
-        ASSERT_FALSE(proxy.waitUntilAlive());
+        ASSERT_TRUE(becomesAlive(proxy));
         proxy.call(call);
         EXPECT_TRUE(service.log.waitFor(std::to_string(call)));
     }
@@ -96,18 +85,20 @@ class Usurper {
 TEST_F(DirectoryTest, ARegistrationWhoseIdentityIsTakenSaysSoOnceAndTouchesNothing) {
     TestService service(1);
     ASSERT_FALSE(service.registration().registerService());
-    {
-        const PlayedService thief(1);
-        const Usurper holder(socketOf(1), lockOf(1));
-        ASSERT_TRUE(standardError.waitFor("cannot be reached by new clients"));
-        std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // it tries again meanwhile
-        EXPECT_EQ(count(standardError.said(), "cannot be reached"), 1) << standardError.said();
-        fs::remove(lockOf(1));
-    }
-    expectReachable(service, 1, 1);
     const PlayedService thief(1);
-    const Usurper holder(socketOf(1), lockOf(1));
-    const ino_t socket = numberOf(socketOf(1));
+    std::optional<Usurper> holder(std::in_place, socketOf(1), lockOf(1));
+    ASSERT_TRUE(standardError.waitFor("cannot be reached by new clients"));
+    std::this_thread::sleep_for(std::chrono::milliseconds(2100));  // it tries again meanwhile
+    EXPECT_EQ(count(standardError.said(), "cannot be reached"), 1) << standardError.said();
+
+    ino_t socket = numberOf(socketOf(1));
+    holder.reset();  // as a killed process does, of which nobody hears
+    ASSERT_TRUE(becomesTrue([&] { return numberOf(socketOf(1)) != socket; })) << "the name is not taken again";
+    expectReachable(service, 1, 1);
+
+    const PlayedService secondThief(1);
+    holder.emplace(socketOf(1), lockOf(1));
+    socket = numberOf(socketOf(1));
     const ino_t lock = numberOf(lockOf(1));
     ASSERT_FALSE(service.registration().unregisterService());
     EXPECT_EQ(numberOf(socketOf(1)), socket);
@@ -118,8 +109,12 @@ TEST_F(DirectoryTest, ARegistrationWhoseIdentityIsTakenSaysSoOnceAndTouchesNothi
 class LostDirectoryTest : public DirectoryTest {
   protected:
     LostDirectoryTest() {
-        EXPECT_FALSE(service.registration().registerService());
         EXPECT_FALSE(waiting.connect());
+        // When this one is alive, all has been noticed that is in the directory.
+        TestProxy early(1);
+        EXPECT_FALSE(early.connect());
+        EXPECT_FALSE(service.registration().registerService());
+        EXPECT_TRUE(becomesAlive(early));
     }
 
     // What is in use fills itself again, so it takes someone who insists.
@@ -133,7 +128,7 @@ class LostDirectoryTest : public DirectoryTest {
     void expectAllMeets() {
         const PeerProcess newService("testclient serve 2");
         ASSERT_EQ(newService.readLine(), "serving");
-        ASSERT_FALSE(waiting.waitUntilAlive());
+        ASSERT_TRUE(becomesAlive(waiting));
         waiting.call(4, countingArray(10, 4));
         EXPECT_EQ(newService.readLine(), "connected");
         EXPECT_EQ(newService.readLine(), "4 10 right");
@@ -163,7 +158,9 @@ TEST_F(LostDirectoryTest, IsReplacedWhenItIsMovedAway) {
 
 TEST_F(LostDirectoryTest, IsReplacedAsSoonAsItsParentIsThereAgain) {
     const fs::path parent = fs::path(agent.directory()).parent_path();
-    remove(parent);
+    const fs::path away = parent.string() + ".away";
+    fs::rename(parent, away);  // which nobody hears of
+    remove(away);
     ASSERT_TRUE(standardError.waitFor("as soon as that is possible"));
     TestService early(3);
     EXPECT_TRUE(early.registration().registerService());

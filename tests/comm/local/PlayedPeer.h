@@ -8,6 +8,7 @@
 #include <cstring>
 #include <optional>
 #include <string>
+#include <thread>
 
 #include "EventLog.h"
 #include "FileDescriptor.h"
@@ -19,6 +20,22 @@
 #include "TestService.h"
 
 namespace comm::transport {
+
+/// Waits for something that shows only when it is looked at; false when it does not come true.
+template <class Condition>
+bool becomesTrue(Condition condition) {
+    const auto end = std::chrono::steady_clock::now() + Watchdog;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+/// As `waitUntilAlive`, but not for ever.
+inline bool becomesAlive(const Proxy& proxy) {
+    return becomesTrue([&] { return proxy.isAlive(); });
+}
 
 /// Waits until it is readable; false when it does not become so.
 inline bool becomesReadable(const FileDescriptor& file) {

@@ -181,7 +181,7 @@ void LocalTransport::checkDirectory() {
 }
 
 void LocalTransport::warn(const ipl::string& text) {
-    m_context.warnings.write("directory", text, "checkDirectory", "comm/transport/local/LocalTransport");
+    m_context.warnings.write(text, text, "checkDirectory", "comm/transport/local/LocalTransport");
 }
 
 // Of that name, or all if it is empty.
