@@ -39,6 +39,10 @@ bool InstanceLock::isCurrent() const {
     return m_file && ::fstat(m_file.get(), &mine) == 0 && m_directory->holds(m_fileName, mine);
 }
 
+bool InstanceLock::isCurrentIn(const RuntimeDirectory& directory) const {
+    return isCurrent() && m_directory->id() == directory.id();
+}
+
 ipl::string InstanceLock::holder() const {
     char text[32] = {};
     if (::pread(m_file.get(), text, sizeof text - 1, 0) <= 0) return "a process that is just starting";

@@ -19,6 +19,8 @@ class InstanceLock {
 
     /// Whether the lock's file still has its name. One that has lost it excludes nobody.
     bool isCurrent() const;
+    /// The same, in that directory: one that was moved away may still hold the file.
+    bool isCurrentIn(const RuntimeDirectory& directory) const;
 
     /// Drops the lock, and removes its file if that is its own.
     void release();

@@ -20,6 +20,10 @@ class ListeningSocket {
 
     /// Whether its name leads to it.
     bool isCurrent() const { return m_directory != nullptr && m_directory->holds(m_fileName, m_file); }
+    /// The same, in that directory: one that was moved away may still hold the name.
+    bool isCurrentIn(const RuntimeDirectory& directory) const {
+        return isCurrent() && m_directory->id() == directory.id();
+    }
 
     /// Removes its name, if that is its own.
     void removeName() const;

@@ -29,9 +29,9 @@ bool ListeningSockets::add(std::shared_ptr<const RuntimeDirectory> directory, co
     return false;
 }
 
-bool ListeningSockets::isCurrent() const {
+bool ListeningSockets::isCurrentIn(const RuntimeDirectory& directory) const {
     const std::scoped_lock lock(m_mutex);
-    return !m_sockets.empty() && m_sockets.back().isCurrent();
+    return !m_sockets.empty() && m_sockets.back().isCurrentIn(directory);
 }
 
 void ListeningSockets::removeName() const {

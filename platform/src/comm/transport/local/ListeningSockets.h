@@ -19,8 +19,8 @@ class ListeningSockets {
     /// Makes a further one, which gets the name. True on failure, with the reason in the error storage.
     [[nodiscard]] bool add(std::shared_ptr<const RuntimeDirectory> directory, const Identity& identity);
 
-    /// Whether the name leads to the last one.
-    bool isCurrent() const;
+    /// Whether the name in that directory leads to the last one.
+    bool isCurrentIn(const RuntimeDirectory& directory) const;
     void removeName() const;
 
     /// Starts and stops to report new connections.

@@ -26,7 +26,7 @@ bool LocalListener::open() {
 
 // A lock whose file was removed excludes nobody. Another process may have taken the identity since, and then keeps it.
 bool LocalListener::takeNames(const std::shared_ptr<const RuntimeDirectory>& directory) {
-    const bool locked = m_lock.isCurrent() && directory->isInPlace();
+    const bool locked = m_lock.isCurrentIn(*directory) && directory->isInPlace();
     InstanceLock lock;
     if (!locked && lock.take(directory, m_identity, "")) return true;
     if (m_dispatcher.sockets().add(directory, m_identity)) {
@@ -58,7 +58,8 @@ LocalListener::Names LocalListener::restoreNames() {
         const std::scoped_lock lock(m_mutex);
         const std::shared_ptr<const RuntimeDirectory> directory = m_context.directory.get();
         if (m_isClosed) return Names::Held;
-        if (m_lock.isCurrent() && m_dispatcher.sockets().isCurrent() && directory->isInPlace()) return Names::Held;
+        const bool held = m_lock.isCurrentIn(*directory) && m_dispatcher.sockets().isCurrentIn(*directory);
+        if (held && directory->isInPlace()) return Names::Held;
         const bool lost = takeNames(directory);
         reported = std::exchange(m_lossReported, lost);
         if (!lost) return Names::Held;
