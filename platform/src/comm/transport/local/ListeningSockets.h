@@ -32,7 +32,7 @@ class ListeningSockets {
     /// Whether there is a connection to accept.
     bool anyoneWaits() const;
 
-    /// Refuses all further connections.
+    /// Removes the name, if it is there yet, and refuses all further connections.
     void close();
 
   private:
