@@ -30,13 +30,16 @@ Connection::Result Connection::leave(Epoll& epoll, const epoll_event& event) {
         return readRing();
     }
     m_state = State::Leaving;
-    watch(epoll, event.data.u64, false);
+    if (epoll.set(m_socket.get(), event.data.u64, 0)) ipl::ErrorStorage::ack();  // it is watched already
     return Result::Done;
 }
 
+// The end of a socket is reported as long as it is watched at all, whatever for.
 void Connection::watch(Epoll& epoll, std::uint64_t number, bool wanted) const {
-    const std::uint32_t events = wanted ? Events : 0;
-    if (epoll.set(m_socket.get(), number, events)) ipl::ErrorStorage::ack();  // it is watched already
+    if (!wanted)
+        epoll.remove(m_socket.get());
+    else if (epoll.set(m_socket.get(), number, Events))
+        ipl::ErrorStorage::ack();  // the end of the next shortage is another chance
 }
 
 Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber) {

@@ -43,7 +43,7 @@ class Connection final : private RingReader::Sink {
     /// greeting under that number.
     Result readSocket(Epoll& epoll, const epoll_event& event, std::uint64_t doorbellNumber);
 
-    /// Reports no events of the socket but its end, or those that come from now on again, under that number.
+    /// Reports no events of the socket, or those that are there and come again, under that number.
     void watch(Epoll& epoll, std::uint64_t number, bool wanted) const;
 
     /// Delivers what the peer has written up to now, or the first part of that.

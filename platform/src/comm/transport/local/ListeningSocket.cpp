@@ -33,7 +33,7 @@ bool ListeningSocket::bind(const ipl::string& unfinished) {
 }
 
 void ListeningSocket::removeName() const {
-    if (isCurrent()) m_directory->remove(m_fileName);
+    if (isCurrentIn(*m_directory)) m_directory->remove(m_fileName);
 }
 
 }  // namespace comm::transport

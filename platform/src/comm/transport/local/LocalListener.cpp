@@ -58,8 +58,8 @@ LocalListener::Names LocalListener::restoreNames() {
         const std::scoped_lock lock(m_mutex);
         const std::shared_ptr<const RuntimeDirectory> directory = m_context.directory.get();
         if (m_isClosed) return Names::Held;
-        if (m_lock.isCurrentIn(*directory) && m_dispatcher.sockets().isCurrent() && directory->isInPlace())
-            return Names::Held;
+        const bool held = m_lock.isCurrentIn(*directory) && m_dispatcher.sockets().isCurrentIn(*directory);
+        if (held && directory->isInPlace()) return Names::Held;
         const bool lost = takeNames(directory);
         reported = std::exchange(m_lossReported, lost);
         if (!lost) return Names::Held;
