@@ -227,11 +227,8 @@ std::string Worker::idle(std::istringstream& /*words*/) {
         if (Leftovers::descriptors() <= m_idleDescriptors && Leftovers::mappedRings() == 0) return "ok";
         std::this_thread::sleep_for(Milliseconds(5));
     }
-                     "/fdinfo/* | grep tfd >&2")
-                        .c_str());
-                     return fault(std::to_string(Leftovers::descriptors()) + " descriptors where an idle worker has " +
-                                  std::to_string(m_idleDescriptors) + " and " +
-                                  std::to_string(Leftovers::mappedRings()) + " rings");
+    return fault(std::to_string(Leftovers::descriptors()) + " descriptors where an idle worker has " +
+                 std::to_string(m_idleDescriptors) + " and " + std::to_string(Leftovers::mappedRings()) + " rings");
 }
 
 // Nothing goes on in it for a while.
