@@ -56,6 +56,7 @@ FileDescriptor ListeningSockets::accept() const {
 
 void ListeningSockets::close() {
     const std::scoped_lock lock(m_mutex);
+    if (!m_sockets.empty()) m_sockets.back().removeName();
     m_sockets.clear();
 }
 

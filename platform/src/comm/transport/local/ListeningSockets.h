@@ -29,7 +29,7 @@ class ListeningSockets {
     /// Accepts a connection. Empty if there is none, with the reason in `errno`, which is EAGAIN if none waits.
     FileDescriptor accept() const;
 
-    /// Refuses all further connections.
+    /// Removes the name, and refuses all further connections.
     void close();
 
   private:
