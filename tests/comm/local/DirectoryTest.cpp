@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/file.h>
 
+#include "ListeningSockets.h"
 #include "PeerProcess.h"
 #include "PlayedPeer.h"
 #include "RunningAgent.h"
@@ -65,8 +66,21 @@ TEST_F(DirectoryTest, ARegistrationTakesItsNamesAgain) {
     old.call(++call);
     EXPECT_TRUE(service.log.waitFor(std::to_string(call)));
     ASSERT_FALSE(service.registration().unregisterService());
-    EXPECT_FALSE(fs::exists(lockOf(1)) || fs::exists(socketOf(1)));
+    EXPECT_FALSE(fs::exists(lockOf(1)));
+    EXPECT_FALSE(fs::exists(socketOf(1)));
     EXPECT_EQ(standardError.said(), "");
+}
+
+// The dispatch thread closes them, and may do so before the registration has removed its names.
+TEST_F(DirectoryTest, ClosedSocketsLeaveNoName) {
+    const auto directory = std::make_shared<RuntimeDirectory>();
+    Epoll epoll;
+    ASSERT_FALSE(directory->open() || epoll.open());
+    ListeningSockets sockets(epoll, 1);
+    ASSERT_FALSE(sockets.add(directory, Identity(TestIdentity(1).args())));
+    ASSERT_TRUE(fs::exists(socketOf(1)));
+    sockets.close();
+    EXPECT_FALSE(fs::exists(socketOf(1)));
 }
 
 // What another process does that registers the same identity when a cleaner has removed the names.

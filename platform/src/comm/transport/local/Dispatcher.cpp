@@ -28,6 +28,7 @@ void Dispatcher::run() {
         if (!more) awake();
         serve(ready);
         more = readRings();
+        if (m_patience || m_acceptAgainAt) resumeAccepting();
         turn.leave();
         ready = sleep(more);
     }
@@ -98,7 +99,6 @@ void Dispatcher::serve(std::span<const epoll_event> ready) {
         if (const auto found = m_connections.find(event.data.u64); found != m_connections.end())
             serveConnection(found, event);
     }
-    if (m_patience || m_acceptAgainAt) resumeAccepting();
     if (newcomers && ready.size() < Epoll::MostEvents && !ended()) accept();
 }
 
