@@ -92,8 +92,10 @@ void Steps::connect() {
 }
 
 Member* Steps::connectTo(std::uint32_t instance) {
-    Member* const client = any(Member::Client);
-    if (client == nullptr || client->links.contains(instance)) return nullptr;
+    std::vector<Member*> clients = m_team.running(Member::Client);
+    std::erase_if(clients, [&](const Member* client) { return client->links.contains(instance); });
+    if (clients.empty()) return nullptr;
+    Member* const client = m_dice.oneOf(clients);
     m_team.connect(*client, instance);
     return client;
 }
