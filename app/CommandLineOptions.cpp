@@ -18,11 +18,12 @@ void report(TCLAP::Error code, const ipl::string& text) {
     ipl::ErrorOutput(__FILE__, __LINE__).report("TCLAP::Error", static_cast<int>(code), text);
 }
 
-// The option or word that an error is about, without the words that the parser puts before it.
+// The option or word that an error is about, without the words that the parser puts before it. It takes the word
+// "undefined" for none.
 ipl::string subjectOf(const TCLAP::ArgException& error) {
     const ipl::string prefix = "Argument: ";
     const ipl::string id = error.argId();
-    return id.rfind(prefix, 0) == 0 ? id.substr(prefix.size()) : id;
+    return id.rfind(prefix, 0) == 0 ? id.substr(prefix.size()) : "undefined";
 }
 
 void reportParseError(const TCLAP::ArgException& error) {

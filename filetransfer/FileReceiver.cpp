@@ -33,6 +33,7 @@ void FileReceiver::run() {
         else
             waitForFile();
     }
+    m_messages.conclude();
     reportEnd();
 }
 
@@ -47,7 +48,7 @@ void FileReceiver::receive(ChunkFile& file, const Chunk& chunk) {
         // The wait for the first chunk is not part of the transfer, so the watch starts behind it.
         m_watch.start();
         if (failed) {
-            tellInterruption("read", file.error());
+            reportInterruption("read", file.error());
             break;
         }
         ++m_moved;

@@ -16,6 +16,7 @@ void FileSender::run() {
         else
             waitForFile();
     } while (m_running);
+    m_messages.conclude();
     m_print("finished");
 }
 
@@ -25,9 +26,10 @@ void FileSender::report() const {
 }
 
 void FileSender::send(ChunkFile& file, const Chunk& chunk) {
-    m_print("success - start sending...");
+    m_messages.begin();
+    m_messages.say("success - start sending...");
     while (m_running) {
-        if (file.write(chunk)) return tellInterruption("write", file.error());
+        if (file.write(chunk)) return reportInterruption("write", file.error());
         ++m_moved;
         if (isComplete())
             finish();

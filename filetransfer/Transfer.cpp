@@ -12,7 +12,7 @@ constexpr long long RetryTime = 1000;  // ms
 }  // namespace
 
 Transfer::Transfer(Parameters parameters, std::atomic<bool>& running, Print print)
-    : m_parameters(std::move(parameters)), m_running(running), m_print(std::move(print)) {}
+    : m_parameters(std::move(parameters)), m_running(running), m_print(std::move(print)), m_messages(m_print) {}
 
 ipl::string Transfer::countText() const {
     if (m_parameters.count == 0) return "  cnt:    0 (forever)";
@@ -21,6 +21,7 @@ ipl::string Transfer::countText() const {
 
 void Transfer::finish() {
     m_running = false;
+    m_messages.conclude();
     m_print("finished - all specified bytes sent");
 }
 
@@ -29,11 +30,10 @@ void Transfer::waitForFile() const {
     osal::Time::sleep(RetryTime);
 }
 
-void Transfer::tellInterruption(const ipl::string& operation, int error) const {
-    if (error == 0) {
-        m_print(operation + " returned 0 - eof - reestablish communication");
-    } else {
-        m_print(std::generic_category().message(error));
-        m_print(operation + " returned error - trying to reestablish communication");
-    }
+void Transfer::reportInterruption(const ipl::string& operation, int error) {
+    if (error == 0)
+        m_messages.say(operation + " returned 0 - eof - reestablish communication");
+    else
+        m_messages.say(operation + " returned error - trying to reestablish communication",
+                       std::generic_category().message(error));
 }

@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 
+#include "ConnectionMessages.h"
 #include "ipl/string.h"
 
 /// What a sender and a receiver of chunks have in common.
@@ -19,7 +19,7 @@ class Transfer {
         std::uint32_t count;    ///< of chunks; 0 is without limit
     };
     /// Takes a message of the transfer, on the transfer's thread.
-    using Print = std::function<void(const ipl::string& text)>;
+    using Print = ConnectionMessages::Print;
 
   protected:
     /// `running` is set by run() and may be cleared by any thread; it must outlive the transfer.
@@ -33,10 +33,11 @@ class Transfer {
     /// An open that failed: says so and waits before the next.
     void waitForFile() const;
     /// A chunk that was not moved, with the stream's error or 0 for its end; `operation` is "read" or "write".
-    void tellInterruption(const ipl::string& operation, int error) const;
+    void reportInterruption(const ipl::string& operation, int error);
 
     const Parameters m_parameters;
     std::atomic<bool>& m_running;
     const Print m_print;
-    std::uint64_t m_moved = 0;  // whole chunks, over all connections
+    ConnectionMessages m_messages;  // about what may repeat itself without a pause
+    std::uint64_t m_moved = 0;      // whole chunks, over all connections
 };

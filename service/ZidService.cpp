@@ -33,7 +33,7 @@ void ZidService::clientConnected() {
              << endl;
         return;
     }
-    m_proxy = std::make_unique<ISRMExchangeProxy>(replyInstance);
+    m_proxy = std::make_unique<ReplyProxy>(replyInstance);
     if (!m_proxy->connect()) return;
     cerr << "ZidService: Error on m_proxy->connect(), reason= " << ipl::ErrorStorage::reasonText() << endl;
     osal::Osal::endProcess(1);
@@ -67,7 +67,7 @@ void ZidService::countMessage() {
 // Somebody who never connected a reply service cannot be answered, so the reply is dropped.
 void ZidService::reply() const {
     if (m_proxy == nullptr) return;
-    m_proxy->exchange(ISRMExchange::DataPtr(), 0, ISRMExchange::ExtraPtr());
+    m_proxy->reply();
     ipl::ErrorStorage::ack();  // a client that has just gone misses nothing
 }
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "asi/media/srmexchange/ISRMExchangeProxy.h"
+#include "ReplyProxy.h"
 #include "asi/media/srmexchange/ISRMExchangeS.h"
 
 /// The responder of the message test for one instance.
@@ -31,7 +31,7 @@ class ZidService final : public ISRMExchangeS {
     void reply() const;
 
     const std::uint16_t m_instance;
-    std::uint16_t m_msgcount = 0;                // data messages for each reply; 0 while no test runs
-    std::unique_ptr<ISRMExchangeProxy> m_proxy;  // to the client's reply service; null while no client is connected
-    std::uint16_t m_rxcount = 0;                 // data messages since the last reply
+    std::uint16_t m_msgcount = 0;         // data messages for each reply; 0 while no test runs
+    std::unique_ptr<ReplyProxy> m_proxy;  // to the client's reply service; null while no client is connected
+    std::uint16_t m_rxcount = 0;          // data messages since the last reply
 };

@@ -56,7 +56,8 @@ bool ISRMExchangeS::registerSelf(std::uint32_t instance) {
 
 void ISRMExchangeS::unregisterSelf() {
     if (!m_registration.isAlive()) return;
-    if (m_registration.unregisterService() || m_registration.isAlive())
+    (void)m_registration.unregisterService();  // fails if the agent has ended the registration meanwhile
+    if (m_registration.isAlive())
         ipl::GlobalErrorHandler::doAssert("!m_registration.isAlive()", "unregisterSelf", Header);
     m_registration = comm::ServiceRegistration();
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <thread>
+
 #include "ZidClient.h"
 
 /// Reaches the figures of a client that no test could bring about in a reasonable time.
@@ -7,6 +9,16 @@ class ZidClientProbe {
   public:
     explicit ZidClientProbe(ZidClient& client) : m_client(client) {}
 
+    std::uint16_t timeout() const { return m_client.m_timeout; }
+    /// As a response does, and returns when the sender, which waits for it, has taken it.
+    void answer() {
+        m_client.signalResponse();
+        for (bool taken = false; !taken; std::this_thread::yield()) {
+            pthread_mutex_lock(&m_client.m_mutex);
+            taken = !m_client.m_signaled;
+            pthread_mutex_unlock(&m_client.m_mutex);
+        }
+    }
     void wakeSender() { pthread_cond_signal(&m_client.m_cond); }
     /// Before a reply, which the client takes note of under the same mutex.
     void setMessageCount(std::uint64_t count) {

@@ -94,6 +94,24 @@ TEST_F(ZidClientTest, AnArrayOfNoBytesIsSentForNoPayload) {
     EXPECT_TRUE(peer->log.waitFor("data", 2));
 }
 
+TEST_F(ZidClientTest, BurstsOfNoMessagesMeasureNothing) {
+    start(10, 0, 0, Patient);
+    ASSERT_TRUE(peer->log.waitFor("start 0"));
+    ZidClientProbe probe(*client);
+    probe.answer();
+    probe.answer();  // the first burst is over
+    probe.compute(0, 7, 1000);
+    const std::string printed = output();
+    EXPECT_TRUE(holds(printed, "burst=0\nmsgs/second:\t0\nbytes/second:\t0\navg_latency[ms]\t0\n")) << printed;
+    EXPECT_TRUE(peer->log.waitFor("disconnected"));
+    EXPECT_EQ(peer->log.all(), (std::vector<std::string>{"connected", "start 0", "disconnected"}));
+}
+
+TEST_F(ZidClientTest, NoTimeoutMeansTheLongest) {
+    start(10, 0, 1, 0);
+    EXPECT_EQ(ZidClientProbe(*client).timeout(), 10000);
+}
+
 TEST_F(ZidClientTest, ATimeoutWhileRunningStartsTheScriptAndEndsTheSender) {
     if (std::filesystem::exists("/yst/bin/zidtimeout.sh")) GTEST_SKIP() << "this machine has a timeout script";
     start(10, 0, 1, 200);
@@ -115,11 +133,10 @@ TEST_F(ZidClientTest, ATimeoutAfterStopStartsNoScript) {
 }
 
 TEST_F(ZidClientTest, AReplyBeforeTheWaitIsCountedAndNotLost) {
-    start(10, 300, 1, Patient);
+    start(10, 1000, 1, Patient);
     ASSERT_TRUE(peer->log.waitFor("start 1"));
-    peer->reply();
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // let the sender take it and begin its delay
-    peer->reply();
+    ZidClientProbe(*client).answer();
+    peer->reply();  // during the delay
     EXPECT_TRUE(peer->log.waitFor("data", 2)) << "the early reply stands for the first burst's";
     stopClient(Answer::No);
     EXPECT_EQ(ZidClientProbe(*client).noSignalCount(), 1);

@@ -266,6 +266,92 @@ TEST_P(Conformance, ACallbackMayUnregisterItsOwnRegistration) {
     EXPECT_FALSE(proxy.waitUntilAlive());
 }
 
+// The callback lasts until others are about to end its registration, and then some.
+TEST_P(Conformance, EveryoneWhoEndsARegistrationWaitsForItsCallback) {
+    for (const bool endsAgent : {false, true}) {
+        EventLog order;
+        TestService service(1, [&](const comm::Message&) {
+            order.add("inside");
+            EXPECT_TRUE(order.waitFor("ending", 2));
+            std::this_thread::sleep_for(std::chrono::milliseconds(200));
+            order.add("done");
+        });
+        ASSERT_FALSE(service.registration().registerService());
+        TestProxy proxy(1);
+        ASSERT_FALSE(proxy.connect());
+        proxy.call(1);
+        ASSERT_TRUE(order.waitFor("inside"));
+        std::thread first([&] {
+            order.add("ending");
+            EXPECT_FALSE(service.registration().unregisterService());
+            order.add("ended");
+        });
+        ASSERT_FALSE(service.registration().waitUntilDead());
+        order.add("ending");
+        if (endsAgent)
+            agent.end();
+        else
+            EXPECT_TRUE(service.registration().unregisterService());
+        order.add("ended");
+        first.join();
+        EXPECT_EQ(order.all(), (std::vector<std::string>{"inside", "ending", "ending", "done", "ended", "ended"}));
+    }
+}
+
+TEST_P(Conformance, ARegistrationThatItsCallbackEndsAtOnceIsNotAliveAfterwards) {
+    struct Holder final : comm::LifecycleListener {
+        void lifecycleChanged(bool alive) override {  // inside registerService
+            EXPECT_TRUE(!alive || log.waitFor("unregistered"));
+        }
+        EventLog log;
+    } holder;
+    TestService* self = nullptr;
+    TestService service(
+        1,
+        [&](const comm::Message&) {
+            EXPECT_TRUE(self->registration().isAlive());
+            EXPECT_FALSE(self->registration().unregisterService());
+            holder.log.add("unregistered");
+        },
+        &holder);
+    self = &service;
+    struct Caller final : comm::LifecycleListener {
+        void lifecycleChanged(bool alive) override {
+            if (alive) proxy.call(1);
+        }
+        TestProxy proxy{1, this};
+    } caller;
+    ASSERT_FALSE(caller.proxy.connect());
+    EXPECT_FALSE(service.registration().registerService());
+    EXPECT_FALSE(service.registration().isAlive());
+    agent.end();  // after the callback
+}
+
+TEST_P(Conformance, CallbacksMayUnregisterEachOthersRegistrations) {
+    EventLog order;
+    TestService* both[2] = {};
+    const auto unregister = [&](std::size_t which) {
+        order.add("inside");
+        EXPECT_TRUE(order.waitFor("inside", 2));
+        EXPECT_FALSE(both[which]->registration().unregisterService());
+        order.add("unregistered");
+    };
+    TestService first(1, [&](const comm::Message&) { unregister(1); });
+    TestService second(2, [&](const comm::Message&) { unregister(0); });
+    both[0] = &first;
+    both[1] = &second;
+    TestProxy toFirst(1);
+    TestProxy toSecond(2);
+    ASSERT_FALSE(first.registration().registerService());
+    ASSERT_FALSE(second.registration().registerService());
+    ASSERT_FALSE(toFirst.connect());
+    ASSERT_FALSE(toSecond.connect());
+    toFirst.call(1);
+    toSecond.call(1);
+    EXPECT_TRUE(order.waitFor("unregistered", 2));
+    agent.end();
+}
+
 TEST_P(Conformance, ACallbackMayDestroyAProxy) {
     TestService target(2);
     ASSERT_FALSE(target.registration().registerService());
@@ -296,20 +382,61 @@ TEST_P(Conformance, AListenerMayDestroyItsProxy) {
     EXPECT_TRUE(destroyer.log.waitFor("destroyed"));
 }
 
+// Either inside connect, or later on a thread of the transport.
 TEST_P(Conformance, AListenerMayDestroyItsProxyAsSoonAsItIsAlive) {
-    struct Destroyer final : comm::LifecycleListener {
-        void lifecycleChanged(bool alive) override {
-            if (!alive) return;
-            proxy->call(4);
-            proxy.reset();
-        }
-        std::unique_ptr<TestProxy> proxy = std::make_unique<TestProxy>(1, this);
-    } destroyer;
-    ASSERT_FALSE(destroyer.proxy->connect());
+    for (const bool servesFirst : {true, false}) {
+        struct Destroyer final : comm::LifecycleListener {
+            void lifecycleChanged(bool alive) override {
+                if (!alive) return;
+                proxy->call(4);
+                proxy.reset();
+            }
+            std::unique_ptr<TestProxy> proxy = std::make_unique<TestProxy>(1, this);
+        } destroyer;
+        TestService service(1);
+        if (servesFirst) (void)service.registration().registerService();
+        ASSERT_FALSE(destroyer.proxy->connect());
+        if (!servesFirst) (void)service.registration().registerService();
+        ASSERT_TRUE(service.log.waitFor("disconnected"));
+        EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "4", "disconnected"}));
+    }
+}
+
+// A listener that is still inside the news that its proxy is alive.
+class BlockingListener final : public comm::LifecycleListener {
+  public:
+    void lifecycleChanged(bool alive) override {
+        log.add(alive ? "alive" : "dead");
+        EXPECT_TRUE(!alive || gate.waitFor("open"));
+        log.add("returned");
+    }
+    EventLog log;
+    EventLog gate;
+};
+
+TEST_P(Conformance, ConnectingMayRaceDisconnectingAndTheAgentsEnd) {
     TestService service(1);
     ASSERT_FALSE(service.registration().registerService());
-    ASSERT_TRUE(service.log.waitFor("disconnected"));
-    EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "4", "disconnected"}));
+    for (const bool endsAgent : {false, true}) {
+        BlockingListener listener;
+        TestProxy proxy(1, &listener);
+        std::thread connecting([&] { (void)proxy.connect(); });
+        ASSERT_TRUE(listener.log.waitFor("alive"));
+        std::thread ending([&] {
+            endsAgent ? agent.end() : proxy.disconnect();
+            listener.log.add("ended");
+        });
+        std::thread waiting([&] {
+            (void)proxy.waitUntilDead();
+            EXPECT_TRUE(proxy.waitUntilAlive());
+            listener.gate.add("waited");
+        });
+        EXPECT_TRUE(listener.gate.waitFor("waited")) << "it has ended, though its listener has not returned yet";
+        listener.gate.add("open");
+        for (std::thread* thread : {&connecting, &ending, &waiting}) thread->join();
+        EXPECT_EQ(listener.log.all(), (std::vector<std::string>{"alive", "returned", "dead", "returned", "ended"}));
+        EXPECT_TRUE(proxy.connect());
+    }
 }
 
 // For a service of which clients have come and gone before it has heard of them.
@@ -404,6 +531,75 @@ TEST_P(Conformance, AStoppedReceiverDoesNotHoldUpItsSender) {
     receiver.signal(SIGCONT);
     for (unsigned i = 0; i < 8; ++i) ASSERT_EQ(receiver.readLine(), std::to_string(i) + " 1048576 right");
     EXPECT_EQ(receiver.readLine(), "disconnected");
+}
+
+// More than a service that is stopped takes, and sent well within a lease.
+constexpr std::uint8_t Backlog = 24;
+
+void leaveBacklog(const PeerProcess& service) {
+    TestProxy proxy(1);
+    ASSERT_FALSE(proxy.connect());
+    ASSERT_EQ(service.readLine(), "connected");
+    service.signal(SIGSTOP);
+    for (std::uint8_t i = 0; i < Backlog; ++i) proxy.call(i, countingArray(MiB, i));
+}
+
+void expectBacklogBeforeTheNext(const PeerProcess& service) {
+    for (unsigned i = 0; i < Backlog; ++i) ASSERT_EQ(service.readLine(), std::to_string(i) + " 1048576 right");
+    EXPECT_EQ(service.readLine(), "disconnected");
+    EXPECT_EQ(service.readLine(), "connected");
+    EXPECT_EQ(service.readLine(), "7 10 right");
+}
+
+TEST_P(Conformance, AnEndBehindABacklogIsHeardBeforeTheNextConnection) {
+    PeerProcess service(peer("serve 1"));
+    ASSERT_EQ(service.readLine(), "serving");
+    ASSERT_NO_FATAL_FAILURE(leaveBacklog(service));
+    TestProxy next(1);
+    ASSERT_FALSE(next.connect());
+    service.signal(SIGCONT);
+    ASSERT_FALSE(next.waitUntilAlive());
+    next.call(7, countingArray(10, 7));
+    expectBacklogBeforeTheNext(service);
+}
+
+TEST_P(Conformance, AnEndBehindABacklogIsHeardBeforeAConnectionOfAnotherProcess) {
+    PeerProcess service(peer("serve 1"));
+    ASSERT_EQ(service.readLine(), "serving");
+    PeerProcess next(peer("return 1"));
+    ASSERT_EQ(next.readLine(), "ready");
+    for (const char* event : {"connected", "6 10 right", "disconnected"}) ASSERT_EQ(service.readLine(), event);
+    ASSERT_NO_FATAL_FAILURE(leaveBacklog(service));
+    next.signal(SIGUSR1);
+    ASSERT_EQ(next.readLine(), "connecting");
+    service.signal(SIGCONT);
+    expectBacklogBeforeTheNext(service);
+}
+
+// While a callback of another registration of its former process does not return.
+TEST_P(Conformance, ARegistrationMovesToAnotherProcessAndNothingElseChanges) {
+    TestService service(2);
+    ASSERT_FALSE(service.registration().registerService());
+    PeerProcess former(peer("withdraw 1 3 2"));
+    ASSERT_EQ(former.readLine(), "ready");
+    LifecycleLog life;
+    TestProxy follower(1, &life);
+    ASSERT_FALSE(follower.connect());
+    TestProxy slow(3);
+    ASSERT_FALSE(slow.connect());
+    slow.call(1);
+    ASSERT_EQ(former.readLine(), "inside");
+    former.signal(SIGUSR1);
+    ASSERT_EQ(former.readLine(), "withdrawn");
+    ASSERT_TRUE(life.log.waitFor("dead"));
+    TestService successor(1);
+    EXPECT_FALSE(successor.registration().registerService()) << takeReason();
+    TestProxy another(2);
+    ASSERT_FALSE(another.connect());
+    ASSERT_TRUE(service.log.waitForCount(2));
+    former.signal(SIGUSR1);
+    ASSERT_TRUE(service.log.waitFor("2"));
+    EXPECT_EQ(service.log.all(), (std::vector<std::string>{"connected", "connected", "0", "1", "2"}));
 }
 
 TEST_P(Conformance, ASenderThatIsNeverHeardEndsItsConnectionInsteadOfFillingTheMemory) {

@@ -25,8 +25,8 @@ class TestRecord final : public comm::SvcTracked {
   public:
     using OnMessage = std::function<void(const comm::Message&)>;
 
-    TestRecord(const TestIdentity& identity, EventLog& log, OnMessage onMessage)
-        : comm::SvcTracked(identity.args(), Initial, nullptr), m_log(log), m_onMessage(std::move(onMessage)) {}
+    TestRecord(const TestIdentity& identity, EventLog& log, OnMessage onMessage, comm::LifecycleListener* listener)
+        : comm::SvcTracked(identity.args(), Initial, listener), m_log(log), m_onMessage(std::move(onMessage)) {}
 
     void connected() override { m_log.add("connected"); }
     void received(const comm::Message& message) override {
@@ -43,8 +43,9 @@ class TestRecord final : public comm::SvcTracked {
 /// A registration with its log. Ends with the test.
 class TestService {
   public:
-    explicit TestService(std::uint32_t instance, TestRecord::OnMessage onMessage = {})
-        : m_registration(new TestRecord(TestIdentity(instance), log, std::move(onMessage))) {}
+    explicit TestService(std::uint32_t instance, TestRecord::OnMessage onMessage = {},
+                         comm::LifecycleListener* listener = nullptr)
+        : m_registration(new TestRecord(TestIdentity(instance), log, std::move(onMessage), listener)) {}
     TestService(const TestService&) = delete;
     TestService& operator=(const TestService&) = delete;
     ~TestService() {

@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "EndToEndTest.h"
 
 namespace {
@@ -38,11 +41,18 @@ INSTANTIATE_TEST_SUITE_P(
                     Mistake{"transport = dds", ":1: Error while parsing value: could not determine value type"}));
 
 TEST_F(ConfigurationTest, FileThatCannotBeReadFailsTheStart) {
-    std::filesystem::create_directories(configuration("bad"));
-    Program program({"-n", "bad"});
-    EXPECT_EQ(program.waitForExit(), 255);
-    EXPECT_EQ(program.output().text(), "could not start COMM Agent: the agent cannot be configured: " +
-                                           configuration("bad").string() + " cannot be read: Is a directory\n");
+    std::filesystem::create_directories(configuration("folder"));
+    ASSERT_EQ(::mkfifo(configuration("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(::symlink("loop.toml", configuration("loop").c_str()), 0);
+    const std::string irregular = " is no regular file: write the configuration to one, or remove this";
+    for (const auto& [name, complaint] : {std::pair<std::string, std::string>("folder", irregular),
+                                          {"pipe", irregular},
+                                          {"loop", " cannot be read: Too many levels of symbolic links"}}) {
+        Program program({"-n", name});
+        EXPECT_EQ(program.waitForExit(), 255);
+        EXPECT_EQ(program.output().text(), "could not start COMM Agent: the agent cannot be configured: " +
+                                               configuration(name).string() + complaint + '\n');
+    }
     Program outside({"-n", "../bad"});
     EXPECT_EQ(outside.waitForExit(), 255);
     EXPECT_NE(outside.output().text().find("'../bad' names no configuration"), std::string::npos);
@@ -55,6 +65,13 @@ TEST_F(ConfigurationTest, ProcessNameSelectsTheFile) {
     Program shell({});
     runTest(shell, 5);
     leave(shell);
+}
+
+TEST_F(ConfigurationTest, ProcessWithoutANameIsATestclient) {
+    configure("testclient", "none");
+    Program program({});
+    EXPECT_EQ(program.waitForExit(), 255);
+    EXPECT_NE(program.output().text().find(configuration("testclient").string()), std::string::npos);
 }
 
 }  // namespace

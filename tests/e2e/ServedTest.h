@@ -13,12 +13,12 @@ class ServedTest : public FileTest {
     static inline const Options Patient{"--idle-timeout", "60000"};
     static_assert(Program::Watchdog.count() < 60000);
 
-    ~ServedTest() override {
-        for (const std::string& path : TransportServer::mountPointsIn(runtimeDirectory()))
-            TransportServer::unmount(path);
-    }
+    ~ServedTest() override;
+    void SetUp() override;
 
-    void SetUp() override {
-        if (const std::string obstacle = TransportServer::obstacle(); !obstacle.empty()) GTEST_SKIP() << obstacle;
-    }
+    /// Bytes come through at the mount point.
+    void expectService() const;
+    /// The server does not start: it names the subject, with advice, in one line.
+    static void expectRefusal(const std::vector<std::string>& arguments, const std::string& subject);
+    static void expectRefusal(Program& program, const std::string& subject);
 };

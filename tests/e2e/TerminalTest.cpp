@@ -45,4 +45,15 @@ TEST_F(TerminalTest, PromptComesBackWhileAClientWaitsForItsService) {
     EXPECT_EQ(shell.waitForExit(), 0);
 }
 
+TEST_F(TerminalTest, RedirectedErrorsStayRedirected) {
+    Program other({});
+    other.write("startZID 9 &");
+    other.waitForLine("ZidClient - waiting for service ... ");
+    Program shell({}, Program::Output::Terminal);
+    shell.waitForText(Prompt);
+    shell.type("startZID 9\r");
+    shell.waitForError("ZidClient(9)  ERROR: registering service, reason= *");
+    EXPECT_EQ(shell.waitForExit(), 1);
+}
+
 }  // namespace

@@ -70,6 +70,46 @@ TEST_F(TimeoutTest, KilledServiceEndsTheSenderAndTheNextOneServesAgain) {
     leave(shell);
 }
 
+TEST_F(TimeoutTest, SenderMayTimeOutBeforeTheServiceComes) {
+    Program shell({});
+    shell.write("setTimeout 200");
+    shell.write("startZID 5 &");
+    shell.waitForLine("ZidClient - stopping sender thread..");
+    shell.write("startService 5");
+    shell.waitForLine(".. connected.");
+    shell.write("wait");
+    shell.write("stopZID 5");
+    const Report report = Report::readFrom(shell, "ZID stats(inst=5, payload=100, delay=50, burst=1");
+    EXPECT_EQ(report.bursts() + report.messagesPerSecond + report.bytesPerSecond + report.averageLatency +
+                  report.maximalLatency + report.noSignalCount,
+              0U);
+    leave(shell);
+    EXPECT_TRUE(shell.output().holdsInOrder(
+        {"ZidClient - waiting for service ... ", "timeout for waiting for response received, timer = 200[msec]",
+         NotStarted, "ZidClient - stopping sender thread..", ".. connected.", "..  service has been shut down."}));
+}
+
+TEST_F(TimeoutTest, RunningClientKeepsItsTimeoutAndMeasuresAnAnswerThatComesLater) {
+    Program service({"-s", "5"});
+    Program shell({});
+    shell.write("setTimeout 1100");
+    shell.write("startZID 5 --delay 0");
+    service.waitForLine("ZidService(5): starting test with msg_count = 1");
+    shell.write("setTimeout 9000");
+    service.pause();
+    shell.waitForLine("ZidClient - stopping sender thread..");
+    service.resume();
+    shell.waitForLine("#### big latency detected: *");
+    shell.write("stopZID 5");
+    const Report report = Report::readFrom(shell, "ZID stats(inst=5, *");
+    EXPECT_GE(report.histogram.back(), 1U);
+    EXPECT_GT(report.maximalLatency, 1000U);
+    leave(shell);
+    EXPECT_TRUE(shell.output().holdsInOrder({"setTimeout:   timeout[msec]:    9000",
+                                             "timeout for waiting for response received, timer = 1100[msec]",
+                                             "#### big latency detected: *"}));
+}
+
 TEST_F(TimeoutTest, ScriptRunsOnceAndLeavesNoProcessBehind) {
     if (!installScript()) GTEST_SKIP() << "not allowed to install " << Script;
     Program service({"-s", "5"});

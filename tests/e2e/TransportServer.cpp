@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <csignal>
@@ -10,7 +11,6 @@
 #include <utility>
 
 #include "PlainFile.h"
-#include "ProcessState.h"
 
 namespace {
 
@@ -43,7 +43,8 @@ void TransportServer::end(int signal) {
 void TransportServer::kill() {
     m_ended = true;
     ::kill(id(), SIGKILL);
-    EXPECT_TRUE(eventually([this] { return figureOf(id(), "VmHWM") == 0; }));
+    siginfo_t ignored{};
+    EXPECT_EQ(::waitid(P_PID, static_cast<id_t>(id()), &ignored, WEXITED | WNOWAIT), 0);
 }
 
 std::string TransportServer::obstacle() {
@@ -53,6 +54,15 @@ std::string TransportServer::obstacle() {
 
 Program TransportServer::start(const std::vector<std::string>& arguments) {
     return Program(arguments, Program::Output::Piped, TRANSPORTSERVER_PROGRAM);
+}
+
+// Each thread's stack takes 512 MiB of the addresses, and the rest of the program less than half of that.
+Program TransportServer::startWithThreads(unsigned count, const std::vector<std::string>& arguments) {
+    const std::string addresses = std::to_string((512 * count + 256) << 10);
+    std::vector<std::string> words{"-c", "ulimit -s 524288; ulimit -v " + addresses + R"(; exec "$0" "$@")",
+                                   TRANSPORTSERVER_PROGRAM};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return Program(words, Program::Output::Piped, "/bin/sh");
 }
 
 std::vector<std::string> TransportServer::mountPointsIn(const std::filesystem::path& directory) {

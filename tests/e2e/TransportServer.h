@@ -25,6 +25,8 @@ class TransportServer {
     static std::string obstacle();
     /// Starts the program with just these arguments and waits for nothing.
     static Program start(const std::vector<std::string>& arguments);
+    /// The same, where the system makes just so many threads for it. Not with a sanitizer, which needs all the memory.
+    static Program startWithThreads(unsigned count, const std::vector<std::string>& arguments);
     /// The mount points in a directory, of servers that live and of others.
     static std::vector<std::string> mountPointsIn(const std::filesystem::path& directory);
     /// Removes a mount whatever it is.

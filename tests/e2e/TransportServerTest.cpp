@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -11,31 +12,13 @@ namespace {
 
 namespace fs = std::filesystem;
 
-class TransportServerTest : public ServedTest {
-  protected:
-    // Whether bytes come through.
-    void expectService() const {
-        EXPECT_FALSE(PlainFile(writingEnd(), O_WRONLY).write("x"));
-        EXPECT_EQ(PlainFile(readingEnd(), O_RDONLY).read(10), "x");
-    }
-};
+class TransportServerTest : public ServedTest {};
 
 // What needs no mount.
 class TransportServerCommandLineTest : public ServedTest {
   protected:
     void SetUp() override {}
 };
-
-void expectRefusal(const std::vector<std::string>& arguments, const std::string& subject) {
-    Program program = TransportServer::start(arguments);
-    EXPECT_EQ(program.waitForExit(), 1);
-    EXPECT_EQ(program.output().text(), "");
-    const std::string& text = program.errors().text();
-    EXPECT_EQ(text.compare(0, 16, "transportserver:"), 0) << text;
-    EXPECT_NE(text.find(subject), std::string::npos) << subject << " is not in " << text;
-    EXPECT_NE(text.find(": ", 17), std::string::npos) << "no advice in " << text;
-    EXPECT_EQ(text.find('\n'), text.size() - 1) << text;
-}
 
 TEST_F(TransportServerTest, UnmountsAndEndsUnderLoad) {
     for (const int signal : {SIGTERM, SIGINT}) {
@@ -103,6 +86,16 @@ TEST_F(TransportServerTest, MountPointThatCannotServeIsRefused) {
     const TransportServer server(mountPoint());
     expectRefusal({mountPoint()}, mountPoint());
     expectService();
+}
+
+TEST_F(TransportServerTest, MissingThreadIsRefusedAndLeavesNoMount) {
+    if (isSanitized(::getpid())) GTEST_SKIP() << "a sanitizer leaves no addresses to be limited";
+    for (const unsigned threads : {0U, 1U, 2U}) {
+        Program program = TransportServer::startWithThreads(threads, {mountPoint()});
+        expectRefusal(program, "a thread cannot be made: Resource temporarily unavailable");
+        EXPECT_TRUE(TransportServer::mountPointsIn(runtimeDirectory()).empty()) << threads;
+        EXPECT_FALSE(fs::exists(mountPoint())) << threads;
+    }
 }
 
 TEST_F(TransportServerCommandLineTest, MistakeIsRefused) {

@@ -2,6 +2,7 @@
 
 #include "EventLog.h"
 #include "RunningAgent.h"
+#include "StandardError.h"
 #include "asi/media/srmexchange/ISRMExchangeProxy.h"
 #include "asi/media/srmexchange/ISRMExchangeS.h"
 #include "ipl/ErrorStorage.h"
@@ -10,6 +11,7 @@ namespace {
 
 class Stub final : public ISRMExchangeS {
   public:
+    using ISRMExchangeS::m_registration;
     using ISRMExchangeS::registerSelf;
     using ISRMExchangeS::unregisterSelf;
     ~Stub() override { unregisterSelf(); }
@@ -62,6 +64,36 @@ TEST(Exchange, AStubThatCannotRegisterStaysUsable) {
     ipl::ErrorStorage::ack();
     const RunningAgent agent;
     EXPECT_FALSE(stub.registerSelf(5));
+}
+
+// A record that is not registered, and says to be alive so many times.
+class FormerRecord final : public comm::SvcTracked {
+  public:
+    FormerRecord(const IdentityArgs& identity, int answers)
+        : comm::SvcTracked(identity, Initial, nullptr), m_answers(answers) {}
+
+    bool isAlive() const override { return m_answers-- > 0; }
+    void connected() override {}
+    void received(const comm::Message& /*message*/) override {}
+    void disconnected() override {}
+
+  private:
+    mutable int m_answers;
+};
+
+TEST(Exchange, OnlyARegistrationThatStaysAliveFailsTheAssertion) {
+    const comm::InstanceKey key = ISRMExchange::keyOf(5);
+    for (const int answers : {1, 2}) {
+        const StandardError errors;
+        Stub stub;
+        stub.m_registration = comm::ServiceRegistration(new FormerRecord(ISRMExchange::identityOf(key), answers));
+        stub.unregisterSelf();
+        EXPECT_EQ(stub.m_registration.svcTracked(), nullptr);
+        EXPECT_EQ(errors.said(), answers == 1 ? ""
+                                              : "assertion failed: !m_registration.isAlive() (unregisterSelf, "
+                                                "asi/include/asi/media/srmexchange/ISRMExchangeS)\n");
+        ipl::ErrorStorage::ack();
+    }
 }
 
 }  // namespace

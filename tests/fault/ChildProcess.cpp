@@ -9,9 +9,9 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
+#include <regex>
 
 #include "EventLog.h"
-#include "Leftovers.h"
 
 namespace {
 
@@ -109,6 +109,12 @@ std::string ChildProcess::errors() const {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-std::size_t ChildProcess::warnings() const {
-    return Leftovers::linesWith("warning: ", m_errors);
+// Those of a kind differ by the peer, and by how many were held back.
+std::map<std::string, std::size_t> ChildProcess::warnings() const {
+    static const std::regex differs("process [0-9]+| \\(and [0-9]+ more like it\\)");
+    std::map<std::string, std::size_t> kinds;
+    std::ifstream file(m_errors);
+    for (std::string line; std::getline(file, line);)
+        if (line.find("warning: ") != std::string::npos) ++kinds[std::regex_replace(line, differs, "")];
+    return kinds;
 }

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <deque>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -33,9 +34,10 @@ class ChildProcess {
     /// Whether it has ended though nobody has asked for it.
     bool hasEnded() const;
 
-    /// What it has written to standard error, and how many lines of it are warnings.
+    /// What it has written to standard error.
     std::string errors() const;
-    std::size_t warnings() const;
+    /// How many warnings of each kind are among it.
+    std::map<std::string, std::size_t> warnings() const;
 
   private:
     void run(std::vector<std::string>& arguments, int input, int output) const;

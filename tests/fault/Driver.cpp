@@ -31,7 +31,7 @@ void Driver::run(std::chrono::seconds time) {
 void Driver::replaceLeftovers() {
     const std::set<std::uint32_t> killed = m_team.killed();
     const std::set<std::string> allowed = Leftovers::filesOf(killed);
-    for (const std::string& file : Leftovers::filesIn(m_directory.path() + "/zidbench"))
+    for (const std::string& file : Leftovers::filesIn(m_team.meetingPlace()))
         if (!allowed.contains(file)) m_journal.finding("left over: " + file);
     Member& worker = m_team.start(Member::Poor);
     for (const std::uint32_t instance : killed) m_team.ask(worker, "replace " + std::to_string(instance));
@@ -39,8 +39,8 @@ void Driver::replaceLeftovers() {
 }
 
 void Driver::checkNothingIsLeft(std::size_t descriptors) {
-    for (const std::string& file : Leftovers::filesIn(m_directory.path() + "/zidbench"))
-        m_journal.finding("left over after a new registration: " + file);
+    if (Leftovers::filesIn(m_team.meetingPlace()) != Leftovers::namesOf({}))
+        m_journal.finding("something is left over after a new registration");
     if (::waitpid(-1, nullptr, WNOHANG) >= 0) m_journal.finding("a process is left over");
     if (Leftovers::descriptors() != descriptors) m_journal.finding("the driver has lost descriptors");
 }

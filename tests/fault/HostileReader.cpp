@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "Greeting.h"
+#include "Spoil.h"
 #include "TestService.h"
 
 using namespace comm::transport;
@@ -29,7 +30,8 @@ HostileReader::HostileReader(std::uint32_t instance, unsigned seed)
     : m_dice(seed), m_identity(TestIdentity(instance).args()) {}
 
 std::vector<std::string> HostileReader::behaviours() {
-    return {"a closed door", "an idle reader", "false positions", "false flags", "a flood", "a mad reader"};
+    return {"a closed door", "an idle reader",    "false positions", "false flags",
+            "a flood",       "a spoilt doorbell", "half an end",     "a mad reader"};
 }
 
 bool HostileReader::run(const std::string& behaviour) {
@@ -58,6 +60,7 @@ bool HostileReader::welcome() {
     if (waitFor(m_socket) || greeting.receive(m_socket.get(), fault) != Greeting::Result::Complete) return true;
     RingMemory own;
     if (m_memory.adopt(greeting.memory) != nullptr || own.adopt(greeting.memory) != nullptr) return true;
+    m_bell = std::move(greeting.doorbell);
     m_reader.emplace(std::move(own));
     return false;
 }
@@ -75,6 +78,11 @@ void HostileReader::deceive(const std::string& behaviour) {
             control.readerSleeps.store(m_dice.upTo(3));
             control.writerWaits.store(m_dice.upTo(3));
         }
+        if (mad || behaviour == "a spoilt doorbell") {
+            spoil(m_bell.get());
+            control.readerSleeps.store(1);
+        }
+        if (behaviour == "half an end") (void)::shutdown(m_socket.get(), m_dice.oneIn(2) ? SHUT_WR : SHUT_RD);
         if (mad || behaviour == "a flood")
             (void)::send(m_socket.get(), bytes.data(), bytes.size(), MSG_DONTWAIT | MSG_NOSIGNAL);
         std::this_thread::sleep_for(std::chrono::microseconds(m_dice.upTo(100)));

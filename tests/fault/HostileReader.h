@@ -31,6 +31,7 @@ class HostileReader : private comm::transport::RingReader::Sink {
     comm::transport::RuntimeDirectory m_directory;
     comm::transport::FileDescriptor m_listening;
     comm::transport::FileDescriptor m_socket;
+    comm::transport::FileDescriptor m_bell;
     comm::transport::RingMemory m_memory;
     std::optional<comm::transport::RingReader> m_reader;
 };

@@ -3,7 +3,6 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <chrono>
@@ -14,6 +13,7 @@
 #include "Greeting.h"
 #include "RingWriter.h"
 #include "RuntimeDirectory.h"
+#include "Spoil.h"
 #include "TestService.h"
 
 using namespace comm::transport;
@@ -39,10 +39,11 @@ const std::vector<HostileWriter::Attack>& HostileWriter::table() {
         {"a corrupt record", true, &HostileWriter::corruptRecord},
         {"a record beyond the end", true, &HostileWriter::overlapsEnd},
         {"a circle", false, &HostileWriter::circles},
-        {"half a long call", true, &HostileWriter::halfALongCall},
+        {"half a long call", false, &HostileWriter::halfALongCall},
+        {"a leaver who goes on", true, &HostileWriter::goesOnAfterLeaving},
         {"alarms", false, &HostileWriter::alarms},
         {"scribbles", false, &HostileWriter::scribbles},
-        {"a crowd", true, &HostileWriter::crowd},
+        {"a crowd", false, &HostileWriter::crowd},
     };
     return attacks;
 }
@@ -54,17 +55,12 @@ std::vector<std::string> HostileWriter::attacks() {
     return names;
 }
 
-bool HostileWriter::mustBeNoticed(const std::string& attack) {
-    return std::any_of(table().begin(), table().end(),
-                       [&](const Attack& each) { return attack == each.name && each.noticed; });
-}
-
 bool HostileWriter::run(const std::string& attack) {
     connect();
     for (const Attack& each : table()) {
         if (attack != each.name) continue;
         (this->*each.run)();
-        return each.noticed && waitForEnd();
+        return each.ends && waitForEnd();
     }
     return true;
 }
@@ -211,12 +207,25 @@ void HostileWriter::halfALongCall() {
         at += recordSize(MaxPiece);
     }
     publish(at);
-    (void)::shutdown(m_socket.get(), SHUT_WR);
+    (void)::shutdown(m_socket.get(), m_dice.oneIn(2) ? SHUT_WR : SHUT_RDWR);
 }
 
-// Rings for nothing, and demands words about room that it does not read.
+// Says that only what waits is to come, and never comes to its end.
+void HostileWriter::goesOnAfterLeaving() {
+    greet();
+    (void)::shutdown(m_socket.get(), SHUT_WR);
+    RingWriter writer(std::move(m_memory), std::move(m_bell));
+    const util::UInt8ArrayPtr array = util::CITypesFactory::createUInt8Array(MaxPiece);
+    for (pollfd end{m_socket.get(), 0, 0}; ::poll(&end, 1, 0) == 0;) {
+        Outgoing call(comm::Message{array, 0});
+        if (writer.write(call) == RingWriter::Result::Full) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+// Rings for nothing, perhaps with a doorbell that blocks, and demands words about room that it does not read.
 void HostileWriter::alarms() {
     greet();
+    if (m_dice.oneIn(2)) spoil(m_bell.fd());
     RingControl& control = m_memory.control();
     std::uint32_t at = 0;
     for (unsigned round = 0; round < 3000; ++round, at = (at + sizeof(Record)) % (Capacity / 2)) {
@@ -258,16 +267,11 @@ void HostileWriter::scribbles() {
     scribbler.join();
 }
 
-// More connections than the service can have. It ends when the service has refused one.
+// More connections than the service may be able to have.
 void HostileWriter::crowd() {
     for (unsigned i = 0; i < m_count; ++i) {
         greet();
         m_others.push_back(std::move(m_socket));
         connect();
     }
-    std::vector<pollfd> ends;
-    for (const FileDescriptor& other : m_others) ends.push_back({other.get(), POLLIN, 0});
-    (void)::poll(ends.data(), ends.size(), Patience);
-    const auto ended = std::find_if(ends.begin(), ends.end(), [](const pollfd& end) { return end.revents != 0; });
-    if (ended != ends.end()) m_socket = std::move(m_others[static_cast<std::size_t>(ended - ends.begin())]);
 }

@@ -18,17 +18,15 @@ class HostileWriter {
 
     /// Those for one connection.
     static std::vector<std::string> attacks();
-    /// Whether the service must say a word about it, and end the connection.
-    static bool mustBeNoticed(const std::string& attack);
 
-    /// Attacks, and waits for the connection's end if it must end. True on failure.
+    /// Attacks, and waits for the connection's end if the service must end it. True on failure.
     bool run(const std::string& attack);
 
   private:
     using Record = comm::transport::RecordHeader;
     struct Attack {
         const char* name;
-        bool noticed;
+        bool ends;  ///< the service must end the connection
         void (HostileWriter::*run)();
     };
     static const std::vector<Attack>& table();
@@ -50,6 +48,7 @@ class HostileWriter {
     void overlapsEnd();
     void circles();
     void halfALongCall();
+    void goesOnAfterLeaving();
     void alarms();
     void scribbles();
     void crowd();

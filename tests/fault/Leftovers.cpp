@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "Identity.h"
+#include "RuntimeDirectory.h"
 #include "TestService.h"
 
 namespace Leftovers {
@@ -35,12 +36,18 @@ std::set<std::string> filesIn(const std::string& directory) {
     return files;
 }
 
-std::set<std::string> filesOf(const std::set<std::uint32_t>& instances) {
-    std::set<std::string> files;
+std::set<std::string> namesOf(const std::set<std::uint32_t>& instances) {
+    std::set<std::string> names{comm::transport::RuntimeDirectory::Sentinel};
     for (const std::uint32_t instance : instances) {
         const std::string name = comm::transport::Identity(TestIdentity(instance).args()).fileName;
-        files.insert({name, name + ".lock", name + ".new"});
+        names.insert({name, name + ".lock"});
     }
+    return names;
+}
+
+std::set<std::string> filesOf(const std::set<std::uint32_t>& instances) {
+    std::set<std::string> files;
+    for (const std::string& name : namesOf(instances)) files.insert({name, name + ".new"});
     return files;
 }
 

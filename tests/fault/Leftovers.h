@@ -18,6 +18,8 @@ std::size_t linesWith(const std::string& text, const std::string& path);
 /// The names in a directory.
 std::set<std::string> filesIn(const std::string& directory);
 
+/// The names that each registration has, and the one that is always in the runtime directory.
+std::set<std::string> namesOf(const std::set<std::uint32_t>& instances);
 /// The names that a killed process leaves behind at most.
 std::set<std::string> filesOf(const std::set<std::uint32_t>& instances);
 

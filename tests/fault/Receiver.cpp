@@ -1,7 +1,9 @@
 #include "Receiver.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <numeric>
+#include <utility>
 
 void Receiver::check(bool right, const char* text) {
     if (right || !m_fault.empty()) return;
@@ -12,6 +14,7 @@ void Receiver::check(bool right, const char* text) {
 void Receiver::connected() {
     const std::scoped_lock lock(m_mutex);
     ++m_connected;
+    m_peak = std::max(m_peak, live());
     m_changed.notify_all();
 }
 
@@ -61,6 +64,11 @@ bool Receiver::waitForStream(std::uint32_t connection, std::uint32_t count) {
 
 bool Receiver::waitForAnswer(std::uint32_t token, std::chrono::milliseconds atMost) {
     return wait(atMost, [&] { return m_answer == token; });
+}
+
+std::size_t Receiver::peak() {
+    const std::scoped_lock lock(m_mutex);
+    return std::exchange(m_peak, live());
 }
 
 std::string Receiver::fault() const {

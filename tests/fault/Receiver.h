@@ -28,6 +28,8 @@ class Receiver final : public comm::SvcTracked {
     bool waitForStream(std::uint32_t connection, std::uint32_t count);
     bool waitForAnswer(std::uint32_t token, std::chrono::milliseconds atMost);
 
+    /// How many connections there were at the same time at most since the last question.
+    std::size_t peak();
     /// What was wrong first, or nothing.
     std::string fault() const;
     /// What has arrived, for people: connections, messages of a stream.
@@ -48,6 +50,7 @@ class Receiver final : public comm::SvcTracked {
     std::string m_fault;
     std::size_t m_connected = 0;
     std::size_t m_disconnected = 0;
+    std::size_t m_peak = 0;
     std::uint32_t m_answer = 0;
     unsigned long long m_messages = 0;
     unsigned long long m_bytes = 0;

@@ -1,16 +1,19 @@
 #include "Steps.h"
 
 #include <chrono>
+#include <filesystem>
 #include <thread>
 
 #include "HostileReader.h"
 #include "HostileWriter.h"
+#include "Leftovers.h"
 
 namespace {
 
 constexpr unsigned Services = 4;
 constexpr unsigned Clients = 6;
 constexpr std::uint32_t TrapInstance = 900;
+constexpr std::uint32_t NewInstance = 901;
 
 // Where the sanitizers need more of it for themselves than a limit leaves.
 #if defined(__SANITIZE_ADDRESS__)
@@ -45,8 +48,11 @@ const std::vector<Steps::Kind> Steps::Kinds{
     {"fill", 4, &Steps::fill},
     {"attack", 14, &Steps::attack},
     {"trap", 5, &Steps::trap},
-    {"few descriptors", LimitsDescriptors ? 1 : 0, &Steps::fewDescriptors},
+    {"few descriptors", LimitsDescriptors ? 3 : 0, &Steps::fewDescriptors},
     {"little memory", LimitsAddresses ? 1 : 0, &Steps::littleMemory},
+    {"clean", 3, &Steps::clean},
+    {"succeed", 4, &Steps::succeed},
+    {"race", 1, &Steps::race},
     {"calm", 2, &Steps::calm},
 };
 
@@ -82,9 +88,14 @@ void Steps::startClient() {
 }
 
 void Steps::connect() {
-    const std::uint32_t instance = anyInstance();
+    (void)connectTo(anyInstance());
+}
+
+Member* Steps::connectTo(std::uint32_t instance) {
     Member* const client = any(Member::Client);
-    if (client != nullptr && !client->links.contains(instance)) m_team.connect(*client, instance);
+    if (client == nullptr || client->links.contains(instance)) return nullptr;
+    m_team.connect(*client, instance);
+    return client;
 }
 
 // Also what was sent just before must arrive, and when the service can take it only afterwards.
@@ -137,7 +148,8 @@ void Steps::burst() {
 void Steps::rally() {
     for (Member* const client : m_team.running(Member::Client))
         for (const auto& [instance, link] : client->links)
-            if (const Member* const peer = m_team.at(instance); peer != nullptr && !peer->stopped && m_dice.oneIn(2))
+            if (const Member* const peer = m_team.at(instance);
+                link.peer != 0 && !peer->stopped && peer->answers.contains(client->id) && m_dice.oneIn(2))
                 m_team.rally(*client, instance, m_dice.between(1, 300), m_dice.upTo(1000));
 }
 
@@ -196,7 +208,6 @@ void Steps::fill() {
     if (service == nullptr) return;
     m_team.stop(*service);
     for (unsigned round = m_dice.between(1, 4); round > 0; --round) sendEverywhere();
-    if (m_dice.oneIn(2)) disconnect();
     // Now and then for so long that an idle sender gives memory back.
     if (m_dice.oneIn(40))
         std::this_thread::sleep_for(std::chrono::milliseconds(2500));
@@ -210,15 +221,12 @@ void Steps::fill() {
 
 // The attacker lives on, with all that it had for the connection.
 std::unique_ptr<ChildProcess> Steps::attack(const Member& target, const std::string& attack, unsigned count) {
-    const std::size_t warnings = target.process->warnings();
     m_journal.note(attack + " against " + std::to_string(target.id));
     m_journal.count("hostile connections", count);
     std::unique_ptr<ChildProcess> hostile =
         m_team.startHostile({"attack", attack, std::to_string(target.instance), std::to_string(m_dice.upTo(1000000)),
                              std::to_string(count)});
     if (hostile->answer() != "ok") m_journal.finding(attack + " comes to no end: " + hostile->errors());
-    if (HostileWriter::mustBeNoticed(attack) && target.process->warnings() == warnings)
-        m_journal.finding(std::to_string(target.id) + " does not warn of " + attack);
     return hostile;
 }
 
@@ -226,7 +234,9 @@ void Steps::attack() {
     const Member* const service = any(Member::Service);
     if (service == nullptr) return;
     if (m_dice.oneIn(2)) sendEverywhere();
-    (void)attack(*service, m_dice.oneOf(HostileWriter::attacks()), 1);
+    const auto hostile = attack(*service, m_dice.oneOf(HostileWriter::attacks()), 1);
+    if (Member* const client = m_dice.oneIn(2) ? connectTo(service->instance) : nullptr)
+        m_team.converse(*client, service->instance);
 }
 
 // A client goes to a service that is none.
@@ -246,32 +256,97 @@ void Steps::trap() {
     m_team.disconnect(*client, TrapInstance);
 }
 
-// Limits what a worker may have: both as a client and as a service it must live on, and serve again afterwards.
-void Steps::tryPoorWorker(unsigned descriptors, unsigned connections, const std::string& limit) {
-    Member& poor = m_team.start(Member::Poor, 0, descriptors);
-    Member* const service = any(Member::Service);
-    Member* const client = any(Member::Client);
-    m_team.ask(poor, "limit " + limit);
-    if (service != nullptr)
-        m_team.ask(poor, "exhaust " + std::to_string(service->instance) + ' ' + std::to_string(connections));
-    (void)attack(poor, "a crowd", connections);
-    m_team.ask(poor, "limit 0");
+// What has not all that it needs holds what it has and rests. When there is enough again, what had to wait connects by
+// itself.
+void Steps::starve(Member& member, const std::string& what, unsigned more, unsigned crowd) {
+    m_team.starve(member, what, more);
+    for (const Member* const service : m_team.running(Member::Service))
+        if (member.role != Member::Service && !member.links.contains(service->instance))
+            m_team.connect(member, service->instance);
+    if (member.role != Member::Client) (void)connectTo(member.instance);
+    (void)attack(member, "a crowd", crowd);
+    rally();
+    m_team.ask(member, "rest");
+    m_team.feed(member, what);
     m_team.settle();
-    if (service != nullptr) m_team.connect(poor, service->instance);
-    if (client != nullptr) m_team.connect(*client, poor.instance);
-    m_team.settle();
-    if (client != nullptr) m_team.disconnect(*client, poor.instance);
-    if (service != nullptr) m_team.disconnect(poor, service->instance);
+}
+
+void Steps::fewDescriptors() {
+    Member* const member = any(m_dice.oneIn(2) ? Member::Service : Member::Client);
+    if (member != nullptr) starve(*member, "descriptors", m_dice.upTo(8), 30);
+}
+
+void Steps::littleMemory() {
+    Member& poor = m_team.start(Member::Poor);
+    starve(poor, "addresses", 48, 8);
+    for (Member* const member : m_team.all())
+        if (member->links.contains(poor.instance)) m_team.disconnect(*member, poor.instance);
+    while (!poor.links.empty()) m_team.disconnect(poor, poor.links.begin()->first);
     m_team.settle();
     m_team.end(poor);
 }
 
-void Steps::fewDescriptors() {
-    tryPoorWorker(40, 30, "0");
+// Somebody clears the runtime directory away. All who live make their names again, and who waits for a service finds
+// it.
+void Steps::clean() {
+    const std::uint32_t instance = anyInstance();
+    if (m_team.at(instance) == nullptr) (void)connectTo(instance);
+    if (m_team.all().empty()) return;
+    removeNames();
+    for (Member* const member : m_team.stopped()) m_team.resume(*member);
+    m_team.awaitNames();
+    if (m_team.at(instance) == nullptr) m_team.start(Member::Service, instance);
+    for (Member* const member : m_team.all()) m_team.ask(*member, "replace " + std::to_string(NewInstance));
+    connect();
+    std::error_code ignored;
+    std::filesystem::remove_all(m_team.meetingPlace() + ".away", ignored);
 }
 
-void Steps::littleMemory() {
-    tryPoorWorker(0, 8, "48");
+void Steps::removeNames() {
+    const std::filesystem::path place = m_team.meetingPlace();
+    std::error_code ignored;  // they may be made again meanwhile
+    switch (m_dice.upTo(3)) {
+        case 0:
+            m_journal.note("removes some names");
+            for (const std::string& file : Leftovers::filesIn(place))
+                if (m_dice.oneIn(2)) std::filesystem::remove(place / file, ignored);
+            break;
+        case 1:
+            m_journal.note("moves the directory away");
+            std::filesystem::rename(place, place.string() + ".away", ignored);
+            break;
+        default:
+            m_journal.note("removes the directory");
+            std::filesystem::remove_all(place, ignored);
+    }
+}
+
+// A client leaves a backlog behind at a stopped service, and nobody is heard before the last of it.
+void Steps::succeed() {
+    Member* const service = any(Member::Service);
+    Member* const first = any(Member::Client);
+    if (service == nullptr || first == nullptr || !m_team.isSettled(*service)) return;
+    const std::uint32_t instance = service->instance;
+    if (!first->links.contains(instance) || !m_team.isSettled(*first)) return;
+    m_team.ask(*service, "peak 1000");
+    const std::size_t connections = m_team.connectionsTo(*service);
+    m_team.stop(*service);
+    for (unsigned round = m_dice.between(1, 3); round > 0; --round) send(*first, instance);
+    m_team.disconnect(*first, instance);
+    Member* const next = any(Member::Client);
+    if (!next->links.contains(instance)) m_team.connect(*next, instance);
+    if (next->links.contains(instance) && m_dice.oneIn(2)) send(*next, instance);
+    m_team.resume(*service);
+    m_team.settle();
+    m_team.ask(*service, "peak " + std::to_string(connections));
+}
+
+// The threads of one process undo what they do.
+void Steps::race() {
+    const auto racer =
+        m_team.startHostile({"race", std::to_string(anyInstance()), std::to_string(m_dice.upTo(1000000))});
+    if (racer->answer() != "ok") m_journal.finding("a race comes to no good end: " + racer->errors());
+    m_team.finish(*racer, "the race");
 }
 
 void Steps::calm() {
@@ -288,5 +363,8 @@ void Steps::calm() {
     for (const Member* const service : m_team.running(Member::Service))
         refused.push_back(attack(*service, "a corrupt record", 1));
     m_team.settle();
-    for (Member* const member : m_team.all()) m_team.ask(*member, "idle");
+    for (Member* const member : m_team.all()) {
+        m_team.ask(*member, "idle");
+        m_team.ask(*member, "rest");
+    }
 }

@@ -39,6 +39,9 @@ class Steps {
     void trap();
     void fewDescriptors();
     void littleMemory();
+    void clean();
+    void succeed();
+    void race();
 
     Member* any(Member::Role role);
     std::uint32_t anyInstance();
@@ -47,7 +50,9 @@ class Steps {
     void loseService(void (Team::*lose)(Member&));
     void pause();
     std::unique_ptr<ChildProcess> attack(const Member& target, const std::string& attack, unsigned count);
-    void tryPoorWorker(unsigned descriptors, unsigned connections, const std::string& limit);
+    Member* connectTo(std::uint32_t instance);
+    void starve(Member& member, const std::string& what, unsigned more, unsigned crowd);
+    void removeNames();
 
     Team& m_team;
     Journal& m_journal;

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <sstream>
+#include <thread>
 
+#include "Leftovers.h"
 #include "Stream.h"
 #include "Worker.h"
 
@@ -16,17 +18,16 @@ std::string nameOf(const Member& member) {
 
 }  // namespace
 
-Member& Team::start(Member::Role role, std::uint32_t instance, unsigned descriptors) {
+Member& Team::start(Member::Role role, std::uint32_t instance) {
     // Their tags must differ.
     do ++m_lastId;
     while (std::any_of(m_members.begin(), m_members.end(),
                        [&](const Member& other) { return (other.id - m_lastId) % Stream::WorkerTags == 0; }));
     if (instance == 0) instance = Worker::privateInstance(m_lastId);
     const std::string id = std::to_string(m_lastId);
-    auto process = std::make_unique<ChildProcess>(
-        std::vector<std::string>{"worker", id, std::to_string(instance), std::to_string(descriptors)},
-        m_directory + "/stderr." + id);
-    Member& member = m_members.emplace_back(Member{role, m_lastId, instance, std::move(process), false, {}, {}, {}});
+    auto process = std::make_unique<ChildProcess>(std::vector<std::string>{"worker", id, std::to_string(instance)},
+                                                  m_directory + "/stderr." + id);
+    Member& member = m_members.emplace_back(Member{role, m_lastId, instance, std::move(process)});
     m_killed.erase(instance);
     m_journal.note("starts " + nameOf(member) + " at " + std::to_string(instance));
     collect(member);
@@ -48,6 +49,17 @@ void Team::resume(Member& member) {
     m_journal.note("continues " + nameOf(member));
     member.stopped = false;
     member.process->resume();
+}
+
+void Team::starve(Member& member, const std::string& what, unsigned more) {
+    m_journal.note("leaves " + nameOf(member) + ' ' + std::to_string(more) + ' ' + what);
+    member.starved = true;
+    ask(member, "limit " + what + ' ' + std::to_string(more));
+}
+
+void Team::feed(Member& member, const std::string& what) {
+    ask(member, "limit " + what);
+    member.starved = false;
 }
 
 void Team::kill(Member& member) {
@@ -77,6 +89,7 @@ void Team::finish(ChildProcess& process, const std::string& name) {
 // The connections of others to it are over, and they know or will know.
 void Team::remove(Member& member) {
     addFigures(member);
+    addWarnings(member);
     const auto isIts = [&](const End& end) { return end.receiver == member.id || end.sender == member.id; };
     m_ends.erase(std::remove_if(m_ends.begin(), m_ends.end(), isIts), m_ends.end());
     for (Member& other : m_members) {
@@ -94,15 +107,28 @@ void Team::addFigures(const Member& member) {
         figures >> number;
         m_journal.count(what, number);
     }
-    m_journal.count("warnings", member.process->warnings());
+}
+
+// However often the cause comes, there is no more than one a second of a kind.
+void Team::addWarnings(const Member& member) {
+    const auto life = std::chrono::steady_clock::now() - member.started;
+    const auto most = static_cast<std::size_t>(std::chrono::ceil<std::chrono::seconds>(life).count()) + 1;
+    for (const auto& [kind, count] : member.process->warnings()) {
+        m_journal.count("warnings", count);
+        if (count > most) finding(member, "has written so often: " + kind);
+    }
 }
 
 void Team::connect(Member& member, std::uint32_t instance) {
     m_journal.note("connects " + nameOf(member) + " to " + std::to_string(instance));
     member.links[instance] = {};
     ask(member, "connect " + std::to_string(instance));
-    if (at(instance) != nullptr && member.links[instance].peer == 0)
-        finding(member, "does not reach a living " + nameOf(*at(instance)));
+    const Member* const peer = at(instance);
+    if (peer == nullptr) return;
+    if (member.starved || peer->starved)
+        member.links[instance] = {};  // it may be another connection when it works
+    else if (member.links[instance].peer == 0)
+        finding(member, "does not reach a living " + nameOf(*peer));
 }
 
 void Team::disconnect(Member& member, std::uint32_t instance) {
@@ -145,6 +171,26 @@ void Team::up(Member& member, const std::string& line) {
 void Team::rally(Member& member, std::uint32_t instance, unsigned count, unsigned seed) {
     member.process->post("rally " + std::to_string(instance) + ' ' + std::to_string(count) + ' ' +
                          std::to_string(seed) + ' ' + std::to_string(member.links[instance].connection));
+}
+
+void Team::converse(Member& member, std::uint32_t instance) {
+    rally(member, instance, 1, 0);
+    collect(member);
+}
+
+void Team::awaitNames() {
+    std::set<std::uint32_t> instances;
+    for (const Member& member : m_members) instances.insert(member.instance);
+    const std::set<std::string> names = Leftovers::namesOf(instances);
+    const auto end = std::chrono::steady_clock::now() + Watchdog;
+    const auto missing = [&] {
+        const std::set<std::string> files = Leftovers::filesIn(meetingPlace());
+        return std::find_if(names.begin(), names.end(), [&](const auto& name) { return !files.contains(name); });
+    };
+    for (auto name = missing(); name != names.end(); name = missing()) {
+        if (std::chrono::steady_clock::now() > end) m_journal.finding("nobody has made again: " + *name);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 void Team::settle() {

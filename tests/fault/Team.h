@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <list>
 #include <map>
 #include <memory>
@@ -19,15 +20,17 @@ struct Member {
     std::uint32_t instance;
     std::unique_ptr<ChildProcess> process;
     bool stopped = false;
+    bool starved = false;  ///< connections may have to wait
+    std::chrono::steady_clock::time_point started = std::chrono::steady_clock::now();
 
     struct Link {
         std::uint32_t peer = 0;          ///< the worker at the other end, 0 while there is none
         std::uint32_t connection = 0;    ///< its number
         unsigned long long backlog = 0;  ///< bytes at most that the peer has not confirmed
     };
-    std::map<std::uint32_t, Link> links;  ///< by instance
-    std::set<std::uint32_t> answers;      ///< the workers to which it has a way back
-    std::string figures = "0 0 0";        ///< as the worker told them last
+    std::map<std::uint32_t, Link> links{};  ///< by instance
+    std::set<std::uint32_t> answers{};      ///< the workers to which it has a way back
+    std::string figures = "0 0 0";          ///< as the worker told them last
 };
 
 /// All workers and the book about who must be connected to whom. Whatever disagrees with the book is a finding.
@@ -35,21 +38,31 @@ class Team {
   public:
     Team(std::string directory, Journal& journal) : m_directory(std::move(directory)), m_journal(journal) {}
 
-    /// A private instance if `instance` is 0. `descriptors` limits their number if it is not 0.
-    Member& start(Member::Role role, std::uint32_t instance = 0, unsigned descriptors = 0);
+    /// A private instance if `instance` is 0.
+    Member& start(Member::Role role, std::uint32_t instance = 0);
     std::unique_ptr<ChildProcess> startHostile(const std::vector<std::string>& arguments);
 
     void stop(Member& member);
     void resume(Member& member);
     void kill(Member& member);
+    /// Limits its descriptors or addresses, and lifts that limit again; connections to and from it may wait meanwhile.
+    void starve(Member& member, const std::string& what, unsigned more);
+    void feed(Member& member, const std::string& what);
     /// Ends it as its user would.
     void end(Member& member);
     void connect(Member& member, std::uint32_t instance);
     void disconnect(Member& member, std::uint32_t instance);
     /// Has it ask questions, without a wait for the end of it.
     void rally(Member& member, std::uint32_t instance, unsigned count, unsigned seed);
+    /// The same with one question, and waits for it.
+    void converse(Member& member, std::uint32_t instance);
     /// Sends a command and waits for the answer; what stands behind "ok".
     std::string ask(Member& member, const std::string& command);
+
+    /// Where the workers' names are.
+    std::string meetingPlace() const { return m_directory + "/zidbench"; }
+    /// Waits until everybody has its names there.
+    void awaitNames();
 
     /// Waits until every message has arrived that must, and everybody who runs serves and knows all its connections.
     void settle();
@@ -57,6 +70,8 @@ class Team {
     std::vector<Member*> all();
     std::vector<Member*> running(Member::Role role);
     std::vector<Member*> stopped();
+    /// How many connections it must have.
+    std::size_t connectionsTo(const Member& member) const;
     /// Who is registered there, or null.
     Member* at(std::uint32_t instance);
     /// False while a stopped worker owes a word about its connections: they may be new, or not have sent all.
@@ -78,9 +93,9 @@ class Team {
     std::string collect(Member& member);
     void up(Member& member, const std::string& line);
     void awaitEnds();
-    std::size_t connectionsTo(const Member& member) const;
     void remove(Member& member);
     void addFigures(const Member& member);
+    void addWarnings(const Member& member);
     [[noreturn]] void finding(const Member& member, const std::string& text);
 
     const std::string m_directory;

@@ -1,5 +1,6 @@
 #include "Worker.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
 
 #include <cstdio>
@@ -44,6 +45,21 @@ unsigned long long addressesInUse() {
     return pages * static_cast<unsigned long long>(::sysconf(_SC_PAGESIZE));
 }
 
+// The limit below which so many descriptors are free.
+rlim_t descriptorsWith(unsigned long long free) {
+    rlim_t limit = 0;
+    for (unsigned long long found = 0; found < free || ::fcntl(static_cast<int>(limit), F_GETFD) >= 0; ++limit)
+        found += ::fcntl(static_cast<int>(limit), F_GETFD) < 0 ? 1 : 0;
+    return limit;
+}
+
+std::chrono::microseconds processorTime() {
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return std::chrono::seconds(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           std::chrono::microseconds(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec);
+}
+
 }  // namespace
 
 Worker::Worker(std::uint32_t id, std::uint32_t instance) : m_id(id), m_instance(instance) {}
@@ -79,9 +95,9 @@ std::string Worker::obey(std::istringstream& words) {
         {"connect", &Worker::connect}, {"disconnect", &Worker::disconnect},
         {"send", &Worker::send},       {"rally", &Worker::rally},
         {"settle", &Worker::settle},   {"await", &Worker::await},
-        {"exhaust", &Worker::exhaust}, {"limit", &Worker::limit},
+        {"peak", &Worker::peak},       {"limit", &Worker::limit},
         {"replace", &Worker::replace}, {"forget", &Worker::forget},
-        {"idle", &Worker::idle},
+        {"idle", &Worker::idle},       {"rest", &Worker::rest},
     };
     std::string name;
     words >> name;
@@ -170,30 +186,26 @@ std::string Worker::await(std::istringstream& words) {
     return "fault not all " + std::to_string(count) + " messages: " + m_receiver->state(connection);
 }
 
-// Connects until it is refused; each refusal must have a reason.
-std::string Worker::exhaust(std::istringstream& words) {
-    const auto instance = take(words);
-    const auto count = take(words);
-    std::vector<std::unique_ptr<TestProxy>> proxies;
-    unsigned refused = 0;
-    for (unsigned i = 0; i < count; ++i) {
-        proxies.push_back(std::make_unique<TestProxy>(instance));
-        const bool failed = proxies.back()->connect();
-        if (!failed && proxies.back()->isDead()) return fault("neither connected nor refused");
-        if (failed && ipl::ErrorStorage::reasonText().empty()) return fault("refused without a reason");
-        ipl::ErrorStorage::ack();
-        refused += failed ? 1 : 0;
-    }
-    return refused == 0 ? fault("the limit is not felt") : "ok " + std::to_string(refused);
+std::string Worker::peak(std::istringstream& words) {
+    const auto most = take<std::size_t>(words);
+    const std::size_t peak = m_receiver->peak();
+    return peak <= most
+               ? "ok"
+               : fault(std::to_string(peak) + " connections at a time where " + std::to_string(most) + " are right");
 }
 
-// Lets the process have so many MiB more of addresses; 0: any number.
+// Lets the process have so many more descriptors, or MiB more of addresses, or again as many as it likes.
 std::string Worker::limit(std::istringstream& words) {
-    const auto more = take<unsigned long long>(words) << 20U;
+    std::string what;
+    words >> what;
+    const auto resource = what == "descriptors" ? RLIMIT_NOFILE : RLIMIT_AS;
     rlimit limit{};
-    ::getrlimit(RLIMIT_AS, &limit);
-    limit.rlim_cur = more == 0 ? limit.rlim_max : addressesInUse() + more;
-    return ::setrlimit(RLIMIT_AS, &limit) == 0 ? "ok" : fault("setrlimit");
+    ::getrlimit(resource, &limit);
+    unsigned long long more = 0;
+    limit.rlim_cur = limit.rlim_max;
+    if (words >> more)
+        limit.rlim_cur = what == "descriptors" ? descriptorsWith(more) : addressesInUse() + (more << 20U);
+    return ::setrlimit(resource, &limit) == 0 ? "ok" : fault("setrlimit");
 }
 
 // Registers where a killed process may have left something, and withdraws again.
@@ -217,4 +229,15 @@ std::string Worker::idle(std::istringstream& /*words*/) {
     }
     return fault(std::to_string(Leftovers::descriptors()) + " descriptors where an idle worker has " +
                  std::to_string(m_idleDescriptors) + " and " + std::to_string(Leftovers::mappedRings()) + " rings");
+}
+
+// Nothing goes on in it for a while.
+std::string Worker::rest(std::istringstream& /*words*/) {
+    constexpr Milliseconds While(60);
+    for (const auto end = std::chrono::steady_clock::now() + Watchdog; std::chrono::steady_clock::now() < end;) {
+        const auto before = processorTime();
+        std::this_thread::sleep_for(While);
+        if (processorTime() - before < While / 4) return "ok";
+    }
+    return fault("it does not come to rest");
 }

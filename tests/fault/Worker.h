@@ -32,11 +32,12 @@ class Worker {
     std::string rally(std::istringstream& words);
     std::string settle(std::istringstream& words);
     std::string await(std::istringstream& words);
-    std::string exhaust(std::istringstream& words);
+    std::string peak(std::istringstream& words);
     std::string limit(std::istringstream& words);
     std::string replace(std::istringstream& words);
     std::string forget(std::istringstream& words);
     std::string idle(std::istringstream& words);
+    std::string rest(std::istringstream& words);
     bool roundTrip(Sender& sender, std::uint32_t expected);
     void answer(const StreamHeader& question);
     std::string fault(const std::string& text) const;

@@ -4,8 +4,6 @@
 //   fault_suite [--seconds S] [--seed N] [--verbose]
 //
 // The seed repeats the sequence of steps. Exit status 0: nothing found; 1: a finding; 2: a wrong command line.
-#include <sys/resource.h>
-
 #include <charconv>
 #include <csignal>
 #include <iostream>
@@ -15,6 +13,7 @@
 #include "Driver.h"
 #include "HostileReader.h"
 #include "HostileWriter.h"
+#include "Racer.h"
 #include "Worker.h"
 #include "comm/AgentStartStatus.h"
 #include "comm/AgentStarter.h"
@@ -36,8 +35,6 @@ std::uint32_t number(const Arguments& arguments, std::size_t index) {
 }
 
 int work(const Arguments& arguments) {
-    const rlimit limit{number(arguments, 3), number(arguments, 3)};
-    if (limit.rlim_max != 0) (void)::setrlimit(RLIMIT_NOFILE, &limit);
     comm::AgentStarter starter("testclient", "local");
     comm::AgentStartStatus status;
     starter.start(&status, true);
@@ -57,6 +54,10 @@ int attack(const Arguments& arguments) {
 int trap(const Arguments& arguments) {
     HostileReader hostile(number(arguments, 2), number(arguments, 3));
     return hostile.run(arguments.at(1)) ? 1 : 0;
+}
+
+int race(const Arguments& arguments) {
+    return Racer(number(arguments, 1), number(arguments, 2)).run() ? 1 : 0;
 }
 
 int usage() {
@@ -90,5 +91,6 @@ int main(int argc, char** argv) {
     if (role == "worker") return work(arguments);
     if (role == "attack") return attack(arguments);
     if (role == "trap") return trap(arguments);
+    if (role == "race") return race(arguments);
     return drive(arguments);
 }

@@ -56,25 +56,27 @@ const Identity& identity() {
 // The input plays the peer of a connection, from its first byte to its end.
 class HostilePeer final : private ListenerEvents {
   public:
-    explicit HostilePeer(Input& input) : m_input(input) {
+    explicit HostilePeer(Input& input) : ListenerEvents(std::make_shared<CallbackTurn>()), m_input(input) {
         int ends[2];
         require(::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, ends) == 0, "no sockets");
         m_socket = FileDescriptor(ends[0]);
-        require(!m_epoll.open(), "no epoll");
+        require(!m_epoll.open() && !m_epoll.set(ends[1], Socket, EPOLLIN | EPOLLRDHUP), "no epoll");
         ListenerEvents& events = *this;
-        m_connection.emplace(FileDescriptor(ends[1]), "peer", identity(), events, m_closing);
+        m_connection.emplace(FileDescriptor(ends[1]), "peer", identity(), events, m_warnings);
         ipl::cerr.rdbuf(&m_lines);
     }
 
     void run() {
         while (!m_input.empty() && !m_over) {
-            act();
-            round();
+            const std::uint8_t action = m_input.byte();
+            act(action % 8);
+            if (action / 8 % 2 == 0) round();
         }
         m_socket.reset();
-        for (int i = 0; i < 2 && !m_over; ++i) round();
+        constexpr int Enough = 10;  // a ring full of records is read in parts
+        for (int i = 0; i < Enough && !m_over; ++i) round();
         require(m_over, "a connection outlives its peer");
-        require(m_closing || m_connected == m_disconnected, "connects and disconnects are no pairs");
+        require(turn().ended() || m_connected == m_disconnected, "connects and disconnects are no pairs");
         require(m_connected <= 1 && m_lines.lines <= 1, "something is told twice");
         m_connection->forgetDoorbell(m_epoll);
         m_connection.reset();
@@ -83,29 +85,29 @@ class HostilePeer final : private ListenerEvents {
     }
 
   private:
-    static constexpr std::uint64_t Number = 5;
+    enum Number : std::uint64_t { Socket = 5, Bell = 6 };
 
-    void act() {
-        switch (m_input.byte() % 8) {
+    void act(unsigned action) {
+        switch (action) {
             case 0:
             case 1:
-                send();
-                break;
+                return send();
             case 2:
                 ::shutdown(m_socket.get(), m_input.byte() % 3);
-                break;
+                return;
             case 3:
-                m_closing = true;
-                break;
+                return turn().end();
             case 4:
                 m_ring.control().tail = m_input.position();
-                break;
+                return;
             case 5:
                 m_ring.control().writerWaits = m_input.byte();
-                break;
-            default:
+                return;
+            case 6:
                 std::ranges::copy(m_input.take(m_input.byte()), m_ring.view.ring());
-                break;
+                return;
+            default:
+                m_over = m_over || (m_connection->isLeaving() && isOver(m_connection->giveUp()));
         }
     }
 
@@ -136,13 +138,18 @@ class HostilePeer final : private ListenerEvents {
         return choice % 8 == 0 ? m_socket.get() : m_input.oneOf(wrongThings());
     }
 
+    // As the dispatch thread does it.
     void round() {
-        m_over = m_connection->readSocket(m_epoll, Number) == Connection::Result::Over ||
-                 m_connection->readRing() == Connection::Result::Over;
+        for (const epoll_event& event : m_epoll.wait(0))
+            m_over =
+                m_over || (event.data.u64 == Socket && isOver(m_connection->readSocket(m_epoll, event, Number::Bell)));
+        m_over = m_over || isOver(m_connection->readRing());
         if (m_over) return;
-        if (m_connection->fallAsleep() == m_connection->hasSomething()) require(false, "it sleeps over something");
+        require(m_connection->fallAsleep() != m_connection->hasSomething(), "it sleeps over something");
         m_connection->wakeUp();
     }
+
+    static bool isOver(Connection::Result result) { return result == Connection::Result::Over; }
 
     void connected() override { ++m_connected; }
     void received(const Message& message) override {
@@ -156,7 +163,7 @@ class HostilePeer final : private ListenerEvents {
     LineCounter m_lines;
     Epoll m_epoll;
     FileDescriptor m_socket;
-    std::atomic<bool> m_closing{false};
+    Warnings m_warnings;
     std::optional<Connection> m_connection;
     int m_connected = 0;
     int m_disconnected = 0;

@@ -1,6 +1,6 @@
-#include "ipl/RepeatLimit.h"
-
 #include <gtest/gtest.h>
+
+#include "ipl/RepeatLimit.h"
 
 namespace {
 
@@ -22,6 +22,20 @@ TEST(RepeatLimitTest, OneASecondPassesAndCountsThoseHeldBack) {
     ipl::string third = "no descriptors";
     EXPECT_TRUE(limit.admit(third, begin + milliseconds(2000)));
     EXPECT_EQ(third, "no descriptors");
+}
+
+TEST(RepeatLimitTest, ThoseHeldBackAtTheEndAreCounted) {
+    ipl::RepeatLimit limit;
+    const auto begin = ipl::RepeatLimit::Clock::now();
+    ipl::string text = "no descriptors";
+    EXPECT_TRUE(limit.admit(text, begin));
+    EXPECT_FALSE(limit.conclude(text));
+    EXPECT_FALSE(limit.admit(text, begin));
+    EXPECT_FALSE(limit.admit(text, begin));
+    EXPECT_EQ(text, "no descriptors");
+    EXPECT_TRUE(limit.conclude(text));
+    EXPECT_EQ(text, "no descriptors (2 more like it)");
+    EXPECT_FALSE(limit.conclude(text));
 }
 
 }  // namespace

@@ -1,11 +1,24 @@
 #include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <csignal>
+#include <cstddef>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <new>
+#include <optional>
+#include <sstream>
 #include <thread>
 
 #include "TemporaryDirectory.h"
@@ -92,6 +105,29 @@ TEST(Osal, IsInitialisedWhileSomebodyHoldsIt) {
     EXPECT_EQ(osal::Osal::s_init_count, 0);
 }
 
+const void* volatile allocated;  // where the compiler does not see that it is not used
+
+[[noreturn]] void useUpMemory() {
+    const osal::Osal osal(true, false);
+    const rlimit none{0, 0};
+    ::setrlimit(RLIMIT_AS, &none);
+    for (std::size_t size = std::size_t{1} << 20; size >= 16; size /= 2) {
+        do allocated = new (std::nothrow) char[size];
+        while (allocated != nullptr);
+    }
+    (void)!::write(STDERR_FILENO, "exhausted\n", 10);
+    allocated = new char[16];
+    ::_exit(0);
+}
+
+TEST(Osal, AllocationThatFailsEndsTheProcessUnlessItMayFail) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "a sanitizer allocates on its own";
+#endif
+    EXPECT_EXIT(useUpMemory(), testing::KilledBySignal(SIGABRT),
+                "^exhausted\nout of memory: an allocation \\(operator new, framework/include/osal/common/osal\\)\n$");
+}
+
 class CountingThread final : public osal::Thread {
   public:
     CountingThread() : Thread("counting_thread_with_a_long_name", false, 0) {}
@@ -146,6 +182,44 @@ TEST_F(ProcessTest, AStartedScriptRunsWithoutItsStarterAndLeavesNoChild) {
     std::string children;
     std::getline(std::ifstream("/proc/self/task/" + std::to_string(::getpid()) + "/children"), children);
     EXPECT_EQ(children, "");
+}
+
+// Makes the kernel of this process one that does not know close_range.
+bool forgetCloseRange() {
+    sock_filter instructions[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                                  BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_close_range, 0, 1),
+                                  BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
+                                  BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog program{std::size(instructions), instructions};
+    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0 && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program) == 0;
+}
+
+TEST_F(ProcessTest, AStartedProgramHasItsStreamsAndNoOtherDescriptor) {
+    const std::string done = directory.path() + "/done";
+    const std::string path = script(("#!/bin/sh\nfor i in 0 1 2 77; do\nx=$(readlink /proc/$$/fd/$i)\n"
+                                     "echo ${x:-none} >> " +
+                                     done + ".part\ndone\nmv " + done + ".part " + done)
+                                        .c_str());
+    enum class Start { Plain, AfterOsal, OnOldKernel };
+    for (const Start start : {Start::Plain, Start::AfterOsal, Start::OnOldKernel}) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::dup2(STDERR_FILENO, 77);
+            for (const int stream : {0, 1, 2}) ::close(stream);
+            std::optional<osal::Osal> osal;
+            if (start == Start::AfterOsal) osal.emplace(true, false);
+            const bool ready = start != Start::OnOldKernel || forgetCloseRange();
+            ::_exit(ready && osal::ProcessTNG(path).start() != osal::ProcessTNG::INVALID_PROCESS_ID ? 0 : 1);
+        }
+        int status = -1;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        EXPECT_EQ(status, 0);
+        ASSERT_TRUE(appears(done));
+        std::stringstream told;
+        told << std::ifstream(done).rdbuf();
+        EXPECT_EQ(told.str(), "/dev/null\n/dev/null\n/dev/null\nnone\n");
+        std::filesystem::remove(done);
+    }
 }
 
 TEST_F(ProcessTest, WhatCannotBeExecutedIsAFailureWithItsReason) {

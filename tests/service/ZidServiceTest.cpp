@@ -11,12 +11,14 @@ constexpr std::uint16_t Instance = 7;
 // A client as far as the service sees it: a proxy to the service, and a reply service under the instance plus 100.
 class ClientStub final : public ISRMExchangeS {
   public:
-    ClientStub() : m_proxy(std::make_unique<ISRMExchangeProxy>(Instance)) {}
+    explicit ClientStub(std::uint32_t instance = Instance)
+        : m_instance(instance), m_proxy(std::make_unique<ISRMExchangeProxy>(instance)) {}
     ~ClientStub() override { unregisterSelf(); }
     using ISRMExchangeS::registerSelf;
+    using ISRMExchangeS::unregisterSelf;
 
     void connect() {
-        ASSERT_FALSE(registerSelf(Instance + 100));
+        ASSERT_FALSE(registerSelf(m_instance + 100));
         ASSERT_FALSE(m_proxy->connect());
         ASSERT_TRUE(log.waitFor("connected"));
     }
@@ -39,6 +41,7 @@ class ClientStub final : public ISRMExchangeS {
     EventLog log;
 
   private:
+    const std::uint32_t m_instance;
     std::unique_ptr<ISRMExchangeProxy> m_proxy;
 };
 
@@ -145,6 +148,38 @@ TEST_F(ZidServiceTest, DropsRepliesUntilTheClientCanBeAnswered) {
     ASSERT_FALSE(client.registerSelf(Instance + 100));
     ASSERT_TRUE(client.log.waitFor("connected"));
     client.sendData(1);
+    EXPECT_TRUE(client.log.waitFor("reply"));
+}
+
+// A service that stood still learns of several things at once, and perhaps first that there is another reply service.
+TEST_F(ZidServiceTest, LeavesTheNextClientAloneUntilThatHasConnected) {
+    ClientStub gone;
+    gone.connect();
+    gone.start(1);
+    ASSERT_TRUE(gone.log.waitFor("reply"));
+    gone.unregisterSelf();
+    ClientStub next;
+    ISRMExchangeProxy probe(Instance + 100);  // alive after all that was connected before
+    ASSERT_FALSE(probe.connect());
+    ASSERT_FALSE(next.registerSelf(Instance + 100));
+    ASSERT_FALSE(probe.waitUntilAlive());
+    ASSERT_TRUE(next.log.waitFor("connected"));
+    probe.disconnect();
+    ASSERT_TRUE(next.log.waitFor("disconnected"));
+
+    gone.disconnect();
+    next.connectWithoutReplyService();
+    ASSERT_TRUE(next.log.waitFor("connected", 2));
+    next.start(1);
+    ASSERT_TRUE(next.log.waitFor("reply"));
+    EXPECT_EQ(next.log.all(), (std::vector<std::string>{"connected", "disconnected", "connected", "reply"}));
+}
+
+TEST_F(ZidServiceTest, HighestInstanceIsAnsweredBeyondSixteenBits) {
+    const ZidService highest(65535);
+    ClientStub client(65535);
+    client.connect();
+    client.start(1);
     EXPECT_TRUE(client.log.waitFor("reply"));
 }
 

@@ -73,6 +73,7 @@ class ChannelThreadsTest : public testing::Test {
 };
 
 TEST_F(ChannelThreadsTest, EveryRecordArrivesOnceAndInItsWritersOrder) {
+    ASSERT_EQ(timer.start(), 0);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < Writers; ++i) channel.addWriter();
     for (std::size_t i = 0; i < Writers; ++i) threads.emplace_back([this, i] { writeAll(i); });
@@ -96,6 +97,7 @@ TEST(IdleTimerTest, CallsAtTheTimeThatWasArmedAndThenAtTheOneThatIsReturned) {
             done.set_value();
             return std::nullopt;
         });
+        ASSERT_EQ(timer.start(), 0);
         timer.arm(first);
         timer.arm(second);
         EXPECT_EQ(done.get_future().wait_for(30s), std::future_status::ready);

@@ -1,6 +1,11 @@
 #include "ipl/GlobalErrorHandler.h"
 
+#include <sys/uio.h>
+#include <unistd.h>
+
 #include <cstdlib>
+#include <cstring>
+#include <iterator>
 
 #include "ipl/iostream.h"
 
@@ -21,8 +26,12 @@ void GlobalErrorHandler::doWarning(const char* text, const char* function, const
     tell("warning", text, function, source);
 }
 
+// Without memory: the platform's streams would need some.
 void GlobalErrorHandler::doOutOfMem(const char* what, const char* function, const char* source) {
-    tell("out of memory", what, function, source);
+    const char* const texts[] = {"out of memory: ", what, " (", function, ", ", source, ")\n"};
+    iovec pieces[std::size(texts)];
+    for (std::size_t i = 0; i < std::size(texts); ++i) pieces[i] = {const_cast<char*>(texts[i]), std::strlen(texts[i])};
+    [[maybe_unused]] const ssize_t written = ::writev(STDERR_FILENO, pieces, std::size(texts));
     std::abort();
 }
 

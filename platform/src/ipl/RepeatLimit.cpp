@@ -16,4 +16,11 @@ bool RepeatLimit::admit(string& text, Clock::time_point now) {
     return true;
 }
 
+bool RepeatLimit::conclude(string& text) {
+    const std::scoped_lock lock(m_mutex);
+    const std::uint64_t heldBack = std::exchange(m_heldBack, 0);
+    if (heldBack != 0) text.append(" (").append(std::to_string(heldBack)).append(" more like it)");
+    return heldBack != 0;
+}
+
 }  // namespace ipl

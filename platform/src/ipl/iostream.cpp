@@ -10,7 +10,7 @@ namespace {
 // Collects what one thread writes and hands it to the C stream in whole lines: one fwrite is one piece there.
 class LineBuffer final : public std::streambuf {
   public:
-    explicit LineBuffer(std::FILE* file) : m_file(file) {}
+    explicit LineBuffer(std::FILE** stream) : m_stream(stream) {}
     LineBuffer(const LineBuffer&) = delete;
     LineBuffer& operator=(const LineBuffer&) = delete;
     ~LineBuffer() override { writeOut(); }
@@ -39,17 +39,18 @@ class LineBuffer final : public std::streambuf {
     void writeOut() {
         if (m_line.empty()) return;
         // Without a reader there is nobody to tell of the failure.
-        (void)std::fwrite(m_line.data(), 1, m_line.size(), m_file);
-        (void)std::fflush(m_file);
+        std::FILE* const file = __atomic_load_n(m_stream, __ATOMIC_ACQUIRE);
+        (void)std::fwrite(m_line.data(), 1, m_line.size(), file);
+        (void)std::fflush(file);
         m_line.clear();
     }
 
-    std::FILE* m_file;
+    std::FILE** m_stream;  // which another thread may replace, as the shell does in a terminal
     std::string m_line;
 };
 
-thread_local LineBuffer outBuffer{stdout};
-thread_local LineBuffer errBuffer{stderr};
+thread_local LineBuffer outBuffer{&stdout};
+thread_local LineBuffer errBuffer{&stderr};
 
 }  // namespace
 

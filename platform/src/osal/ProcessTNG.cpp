@@ -1,10 +1,13 @@
 #include "osal/common/ProcessTNG.h"
 
 #include <fcntl.h>
+#include <linux/close_range.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
 
 #include "osal/common/Error.h"
 
@@ -17,12 +20,39 @@ struct Report {
     int error;
 };
 
-// Runs in the child, where only what a signal handler may do is allowed: the other threads, and with them the holders
-// of any lock, do not exist here. The child ends at once, so the grandchild is the system's to wait for.
-[[noreturn]] void startGrandchild(char* path, int pipeEnd) {
+// What follows runs in the child, where only what a signal handler may do is allowed: the other threads, and with them
+// the holders of any lock, do not exist here.
+
+// Where this process has no standard stream, the pipe may have taken its number.
+int moveBehindStreams(const int (&pipe)[2]) {
+    const int writer = ::fcntl(pipe[1], F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    ::close(pipe[0]);
+    ::close(pipe[1]);
+    return writer;
+}
+
+void provideStreams() {
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        if (::fcntl(stream, F_SETFD, 0) != 0) (void)::open("/dev/null", O_RDWR);  // takes the lowest free number
+}
+
+// Libraries open sockets that started programs would inherit.
+void closeOthersOnExecution() {
+    if (::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0) return;
+    rlimit limit{};  // Linux before 5.11
+    (void)::getrlimit(RLIMIT_NOFILE, &limit);
+    for (int fd = STDERR_FILENO + 1; static_cast<rlim_t>(fd) < limit.rlim_cur && fd < INT_MAX; ++fd)
+        (void)::fcntl(fd, F_SETFD, FD_CLOEXEC);
+}
+
+// The child ends at once, so the grandchild is the system's to wait for.
+[[noreturn]] void startGrandchild(char* path, const int (&pipe)[2]) {
     const pid_t grandchild = ::fork();
     if (grandchild != 0) _exit(grandchild > 0 ? 0 : errno);
 
+    const int pipeEnd = moveBehindStreams(pipe);
+    provideStreams();
+    closeOthersOnExecution();
     char* const arguments[] = {path, nullptr};
     Report report{::getpid(), 0};
     if (::write(pipeEnd, &report, sizeof report) == sizeof report) ::execv(path, arguments);
@@ -66,7 +96,7 @@ pid_t ProcessTNG::start() {
         return INVALID_PROCESS_ID;
     }
     const pid_t child = ::fork();
-    if (child == 0) startGrandchild(m_executable.data(), ends[1]);
+    if (child == 0) startGrandchild(m_executable.data(), ends);
     int error = child > 0 ? 0 : errno;
     ::close(ends[1]);
     if (error == 0) error = waitFor(child);

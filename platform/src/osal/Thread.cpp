@@ -27,6 +27,11 @@ bool Thread::join() {
     return error != 0;
 }
 
+void Thread::detach() {
+    if (m_joinable) (void)pthread_detach(m_thread);
+    m_joinable = false;
+}
+
 int Thread::create() {
     pthread_attr_t attributes;
     int error = pthread_attr_init(&attributes);

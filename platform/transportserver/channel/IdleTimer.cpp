@@ -1,10 +1,10 @@
 #include "IdleTimer.h"
 
-#include <utility>
-
 namespace transport {
 
-IdleTimer::IdleTimer(Expire expire) : m_expire(std::move(expire)), m_thread([this] { run(); }) {}
+int IdleTimer::start() {
+    return m_thread.start([this] { run(); });
+}
 
 void IdleTimer::stop() {
     {
@@ -12,7 +12,7 @@ void IdleTimer::stop() {
         m_isStopping = true;
     }
     m_changed.notify_one();
-    if (m_thread.joinable()) m_thread.join();
+    m_thread.join();
 }
 
 void IdleTimer::arm(TimePoint due) {

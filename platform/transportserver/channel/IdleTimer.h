@@ -6,7 +6,9 @@
 #include <functional>
 #include <mutex>
 #include <optional>
-#include <thread>
+#include <utility>
+
+#include "Thread.h"
 
 namespace transport {
 
@@ -17,11 +19,13 @@ class IdleTimer {
     /// Does what is due now and returns when it is to be called next, if ever.
     using Expire = std::function<std::optional<TimePoint>(TimePoint now)>;
 
-    explicit IdleTimer(Expire expire);
+    explicit IdleTimer(Expire expire) : m_expire(std::move(expire)) {}
     IdleTimer(const IdleTimer&) = delete;
     IdleTimer& operator=(const IdleTimer&) = delete;
     ~IdleTimer() { stop(); }
 
+    /// Makes the thread; call it once. Returns 0, or why there is none, as in `errno`.
+    [[nodiscard]] int start();
     /// Waits for a call that runs, and no further one comes. Not to be called by two threads at once.
     void stop();
 
@@ -38,7 +42,7 @@ class IdleTimer {
     bool m_isStopping = false;
     std::atomic<bool> m_isArmed{false};  // what is armed already is due before all that is armed now
     std::condition_variable m_changed;
-    std::thread m_thread;
+    Thread m_thread;
 };
 
 }  // namespace transport

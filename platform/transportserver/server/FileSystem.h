@@ -25,6 +25,9 @@ class FileSystem {
     /// The library's table of operations; their user data is the FileSystem.
     static const fuse_lowlevel_ops& operations();
 
+    /// Makes the thread that ends waits; call it once, before the first operation. Returns 0, or why there is none, as
+    /// in `errno`.
+    [[nodiscard]] int start() { return m_timer.start(); }
     /// Ends all waits, and replies to nothing afterwards; to be called when no operation runs or comes any more.
     void abort();
 

@@ -1,8 +1,8 @@
 #include "Mount.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <fstream>
 #include <sstream>
 
@@ -21,6 +21,12 @@ std::string unescaped(const std::string& text) {
         }
     }
     return result;
+}
+
+// The namespace in which this process has its number; 0 if that is unknown.
+ino_t ownNamespace() {
+    struct stat status {};
+    return ::stat("/proc/self/ns/pid", &status) == 0 ? status.st_ino : 0;
 }
 
 const std::string SourcePrefix = std::string(Mount::OwnSubtype) + '#';
@@ -47,24 +53,26 @@ std::optional<Mount> Mount::at(const std::string& path) {
     return uppermost;
 }
 
-std::string Mount::ownSource() {
-    return SourcePrefix + std::to_string(::getpid());
+std::string Mount::ownSource(std::uint64_t place) {
+    std::string source = SourcePrefix + std::to_string(::getpid());
+    return source.append(".").append(std::to_string(ownNamespace())).append(".").append(std::to_string(place));
 }
 
 bool Mount::isTransportServer() const {
     return type == std::string("fuse.") + OwnSubtype && source.starts_with(SourcePrefix);
 }
 
-// A process that was killed keeps its number, in state Z, until its parent has looked at it.
+bool Mount::isFor(std::uint64_t place) const {
+    return source.ends_with('.' + std::to_string(place));
+}
+
 pid_t Mount::server() const {
-    const std::string id = source.substr(SourcePrefix.size());
-    std::ifstream file("/proc/" + id + "/stat");
-    std::string status;
-    std::getline(file, status);
-    const std::string name = std::string(" (") + OwnSubtype + ") ";
-    const std::size_t found = status.find(name);
-    const bool isAlive = found != std::string::npos && status.compare(found + name.size(), 1, "Z") != 0;
-    return isAlive ? static_cast<pid_t>(std::atol(id.c_str())) : 0;
+    std::istringstream fields(source.substr(SourcePrefix.size()));
+    pid_t process = 0;
+    char dot = 0;
+    ino_t itsNamespace = 0;
+    fields >> process >> dot >> itsNamespace;
+    return itsNamespace != 0 && itsNamespace == ownNamespace() ? process : 0;
 }
 
 }  // namespace transport

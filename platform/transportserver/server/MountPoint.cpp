@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "Mount.h"
+#include "PathWalk.h"
 
 namespace transport {
 namespace {
@@ -21,29 +22,45 @@ MountPoint::~MountPoint() {
 }
 
 bool MountPoint::prepare() {
-    return locate() || clear() || makeDirectory();
+    return locate() || lock() || clear() || makeDirectory();
 }
 
-// Only the folder above is looked at: every access to a mount point whose server was killed fails.
+// Only the folders above are looked at: an access to a mount point whose server was killed fails, and one to that of a
+// server that stands still does not return.
 bool MountPoint::locate() {
     std::error_code error;
-    std::filesystem::path path = std::filesystem::absolute(m_path, error).lexically_normal();
-    if (!path.has_filename()) path = path.parent_path();
-    std::filesystem::create_directories(path.parent_path(), error);
-    const std::filesystem::path folder = std::filesystem::canonical(path.parent_path(), error);
-    if (error) return fail(error.message(), ChooseAnother);
-    m_absolute = folder / path.filename();
-    return false;
+    m_absolute = PathWalk().run(m_path, error);
+    if (!error) std::filesystem::create_directories(m_absolute.parent_path(), error);
+    return error && fail(error.message(), ChooseAnother);
 }
 
+bool MountPoint::lock() {
+    switch (m_lock.take(m_absolute)) {
+        case ServerLock::Result::Taken:
+            return false;
+        case ServerLock::Result::HeldByAnother:
+            return refuseTaken();
+        case ServerLock::Result::Failed:
+            break;
+    }
+    const std::string cause = std::strerror(errno);
+    return fail("its folder cannot be locked: " + cause, "choose a directory in a folder that this user may read");
+}
+
+bool MountPoint::refuseTaken() {
+    const auto mount = Mount::at(m_absolute);
+    const pid_t server = mount && mount->isTransportServer() ? mount->server() : 0;
+    if (server == 0) return fail("is in use by another transport server", "end that or choose another directory");
+    const std::string id = std::to_string(server);
+    return fail("is served already by process " + id, "end that (kill " + id + ") or choose another directory");
+}
+
+// No other server lives, since the lock is taken.
 bool MountPoint::clear() {
     while (const auto mount = Mount::at(m_absolute)) {
-        if (!mount->isTransportServer())
+        if (!mount->isTransportServer() || !mount->isFor(place()))
             return fail("is the mount point of " + mount->source + " (" + mount->type + ")",
                         "unmount that or choose another directory");
-        if (const pid_t server = mount->server(); server != 0)
-            return fail("is served already by process " + std::to_string(server),
-                        "end that (kill " + std::to_string(server) + ") or choose another directory");
         if (unmountStale())
             return fail("is left over from a server that was killed, and cannot be unmounted",
                         "unmount it as the user who has mounted it, or as root (umount -l)");

@@ -3,9 +3,12 @@
 #include <filesystem>
 #include <string>
 
+#include "ServerLock.h"
+
 namespace transport {
 
-/// The directory that the server is mounted on. One that this object has made is removed with it.
+/// The directory that the server is mounted on, which no other server has as long as this object lives. A directory
+/// that it has made is removed with it.
 class MountPoint {
   public:
     explicit MountPoint(std::string path) : m_path(std::move(path)) {}
@@ -19,11 +22,15 @@ class MountPoint {
 
     /// The directory, as the system calls it. Only when it is prepared.
     const std::string& directory() const { return m_absolute.native(); }
+    /// What names it among all mount points of the machine. Only when it is prepared.
+    std::uint64_t place() const { return m_lock.place(); }
     /// The cause of a failure, and its mend.
     const std::string& reason() const { return m_reason; }
 
   private:
     bool locate();
+    bool lock();
+    bool refuseTaken();
     bool clear();
     bool unmountStale();
     bool makeDirectory();
@@ -31,6 +38,7 @@ class MountPoint {
 
     std::string m_path;
     std::filesystem::path m_absolute;  // free of links, so that it is what the system calls it
+    ServerLock m_lock;
     bool m_isMade = false;
     std::string m_reason;
 };

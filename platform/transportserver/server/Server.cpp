@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <thread>
 
 #include "Mount.h"
 #include "Receiver.h"
@@ -60,21 +61,33 @@ void Server::waitForEnd() {
     (void)::sigwait(&signals, &signal);
 }
 
-bool Server::start(const std::string& mountPoint) {
-    if (makeSession() || mount(mountPoint)) return true;
-    installWakeSignal();
-    m_running = threadCount();
-    for (std::size_t i = m_running; i > 0; --i) m_threads.emplace_back([this] { serve(); });
+bool Server::start(const MountPoint& mountPoint) {
+    // The threads come before the mount, so that a start without them leaves none behind.
+    if (makeSession(mountPoint.place()) || startThreads() || mount(mountPoint.directory())) return true;
+    enter(Phase::Serving);
     return false;
 }
 
-bool Server::makeSession() {
-    const std::string options = "fsname=" + Mount::ownSource() + ",subtype=" + Mount::OwnSubtype;
+bool Server::makeSession(std::uint64_t place) {
+    const std::string options = "fsname=" + Mount::ownSource(place) + ",subtype=" + Mount::OwnSubtype;
     const char* words[] = {Mount::OwnSubtype, "-o", options.c_str()};
     fuse_args arguments = FUSE_ARGS_INIT(3, const_cast<char**>(words));
     m_session = fuse_session_new(&arguments, &FileSystem::operations(), sizeof(fuse_lowlevel_ops), &m_files);
     fuse_opt_free_args(&arguments);
     return m_session == nullptr && fail("the FUSE library does not start", "look at the lines above");
+}
+
+bool Server::startThreads() {
+    installWakeSignal();
+    int error = m_files.start();
+    for (std::size_t i = threadCount(); i > 0 && error == 0; --i) {
+        error = m_threads.emplace_back().start([this] { serve(); });
+        if (error != 0) m_threads.pop_back();
+    }
+    const std::lock_guard lock(m_mutex);
+    m_running = m_threads.size();
+    return error != 0 && fail(std::string("a thread cannot be made: ") + std::strerror(error),
+                              "allow this user more processes and memory (ulimit -u, ulimit -v), or end some programs");
 }
 
 bool Server::mount(const std::string& mountPoint) {
@@ -93,26 +106,38 @@ bool Server::mount(const std::string& mountPoint) {
                                 "run as root, or as a user with the package fuse3 who may write to the mount point");
 }
 
-// Ends when the server does, or when the file system is gone; the main thread then is to know.
-void Server::serve() {
-    Receiver(m_session, m_buffers).run();
+void Server::enter(Phase phase) {
     {
         const std::lock_guard lock(m_mutex);
-        --m_running;
+        m_phase = phase;
     }
-    m_ended.notify_one();
-    (void)::kill(::getpid(), SIGTERM);
+    m_changed.notify_all();
+}
+
+// Ends when the server does, or when the file system is gone; the main thread then is to know.
+void Server::serve() {
+    std::unique_lock lock(m_mutex);
+    m_changed.wait(lock, [this] { return m_phase != Phase::Starting; });
+    if (m_phase == Phase::Serving) {
+        lock.unlock();
+        Receiver(m_session, m_buffers).run();
+        (void)::kill(::getpid(), SIGTERM);
+        lock.lock();
+    }
+    --m_running;
+    m_changed.notify_all();
 }
 
 // A thread may be about to wait when it is woken, so it is woken until it has ended.
 void Server::joinThreads() {
     if (m_session != nullptr) fuse_session_exit(m_session);
+    enter(Phase::Ending);
     std::unique_lock lock(m_mutex);
     do {
-        for (std::thread& thread : m_threads) (void)::pthread_kill(thread.native_handle(), SIGUSR1);
-    } while (!m_ended.wait_for(lock, WakePatience, [this] { return m_running == 0; }));
+        for (const Thread& thread : m_threads) thread.signal(SIGUSR1);
+    } while (!m_changed.wait_for(lock, WakePatience, [this] { return m_running == 0; }));
     lock.unlock();
-    for (std::thread& thread : m_threads) thread.join();
+    for (Thread& thread : m_threads) thread.join();
 }
 
 bool Server::fail(const std::string& cause, const std::string& mend) {

@@ -3,14 +3,15 @@
 #include <fuse3/fuse_lowlevel.h>
 
 #include <condition_variable>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include "FileSystem.h"
+#include "MountPoint.h"
 #include "ReceiveBuffers.h"
+#include "Thread.h"
 
 namespace transport {
 
@@ -28,8 +29,8 @@ class Server {
     /// Blocks them for this thread and all that it starts.
     static void blockSignals();
 
-    /// Mounts it on this directory and begins to serve; call it once. True on failure: see reason().
-    [[nodiscard]] bool start(const std::string& mountPoint);
+    /// Mounts it on a prepared mount point and begins to serve; call it once. True on failure: see reason().
+    [[nodiscard]] bool start(const MountPoint& mountPoint);
     /// The cause of a failure, and its mend.
     const std::string& reason() const { return m_reason; }
 
@@ -37,8 +38,12 @@ class Server {
     static void waitForEnd();
 
   private:
-    bool makeSession();
+    enum class Phase { Starting, Serving, Ending };
+
+    bool makeSession(std::uint64_t place);
+    bool startThreads();
     bool mount(const std::string& mountPoint);
+    void enter(Phase phase);
     void serve();
     void joinThreads();
     bool fail(const std::string& cause, const std::string& mend);
@@ -49,10 +54,11 @@ class Server {
     bool m_isMounted = false;
     std::string m_reason;
 
-    std::mutex m_mutex;  // guards m_running
+    std::mutex m_mutex;  // guards the two below
+    Phase m_phase = Phase::Starting;
     std::size_t m_running = 0;
-    std::condition_variable m_ended;
-    std::vector<std::thread> m_threads;
+    std::condition_variable m_changed;
+    std::deque<Thread> m_threads;
 };
 
 }  // namespace transport

@@ -22,7 +22,7 @@ int main(int argc, char** argv) {
     transport::MountPoint mountPoint(options->mountPoint);
     if (mountPoint.prepare()) return fail(mountPoint.reason());
     transport::Server server({options->capacity, options->idleTime});
-    if (server.start(mountPoint.directory())) return fail(server.reason());
+    if (server.start(mountPoint)) return fail(server.reason());
     std::printf("transportserver: ready at %s\n", options->mountPoint.c_str());
     (void)std::fflush(stdout);
     transport::Server::waitForEnd();

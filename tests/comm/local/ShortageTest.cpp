@@ -97,7 +97,7 @@ TEST_F(ShortageTest, AProxyWithoutDescriptorsIsAliveAsSoonAsThereAreSome) {
     EXPECT_EQ(service.readLine(), "1 10 right");
 }
 
-TEST_F(ShortageTest, AProxyWhoseServiceLostADescriptorOfItsGreetingTriesAgain) {
+TEST_F(ShortageTest, AGreetingWaitsUntilThereAreDescriptorsForIt) {
     for (const rlim_t forGreeting : {0U, 1U}) {
         const StandardError thisTime;
         const PeerProcess service("testclient serve 1");
@@ -106,7 +106,7 @@ TEST_F(ShortageTest, AProxyWhoseServiceLostADescriptorOfItsGreetingTriesAgain) {
         {
             const FewDescriptors few(service.id(), 1 + forGreeting);
             ASSERT_FALSE(proxy.connect());
-            ASSERT_TRUE(thisTime.waitFor("not all of its descriptors got through"));
+            ASSERT_TRUE(thisTime.waitFor("have to wait"));
         }
         ASSERT_EQ(service.readLine(), "connected");
         proxy.call(1, countingArray(10, 1));

@@ -90,6 +90,24 @@ TEST_F(SuccessorTest, OfAnotherProcessIsHeardAfterTheLastCallOfItsPredecessor) {
     EXPECT_EQ(before("0"), expected);
 }
 
+// The time that newcomers have patience is for predecessors that do not finish.
+TEST_F(SuccessorTest, ComesAsSoonAsItsPredecessorIsHeard) {
+    pause = std::chrono::microseconds(50);
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::ptrdiff_t round = 1; round <= 20; ++round) {
+        {
+            TestProxy first(1);
+            ASSERT_FALSE(first.connect());
+            for (int i = 0; i < 500; ++i) first.call(1);
+        }
+        TestProxy second(1);
+        ASSERT_FALSE(second.connect());
+        second.call(2);
+        ASSERT_TRUE(log.waitFor("2", round));
+    }
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(15)) << "each waits for a second";
+}
+
 TEST_F(SuccessorTest, DoesNotHearOfAClientThatCameAndWentUnheard) {
     TestProxy first(1);
     connectAndHold(first);

@@ -8,10 +8,15 @@
 
 namespace comm {
 
-/// Receives what becomes of an agent's start and lets others wait for it. Any thread.
+/// Receives what becomes of an agent's start and lets others wait for it. Any thread. It may end before the start.
 class AgentStartStatus final : public AgentStarterEventReceiver {
   public:
     enum Result { Failed = -1, TimedOut = 0, Started = 1 };
+
+    AgentStartStatus() = default;
+    AgentStartStatus(const AgentStartStatus&) = delete;
+    AgentStartStatus& operator=(const AgentStartStatus&) = delete;
+    ~AgentStartStatus() override { detach(); }
 
     /// Waits at most this long for the start's end and gives a `Result`.
     int waitUntilStarted(long long milliseconds);

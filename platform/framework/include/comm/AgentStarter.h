@@ -4,10 +4,11 @@
 
 #include "comm/AgentStarterEventReceiver.h"
 #include "ipl/string.h"
+#include "ipl/vector.h"
 
 namespace comm {
 
-class Agent;
+class AgentStart;
 
 /// Starts the process's agent and ends it: what connects the process with others. A process has one agent at a time.
 class AgentStarter {
@@ -20,20 +21,23 @@ class AgentStarter {
     AgentStarter& operator=(const AgentStarter&) = delete;
 
     /// Ends the agent unless `start` was told otherwise: all registrations are withdrawn and all proxies disconnected.
-    /// Not to be called from a callback.
+    /// An agent that is still being started is ended as soon as it has started; nothing waits for that. Not to be
+    /// called from a callback.
     ~AgentStarter();
 
-    /// Starts the agent and tells `receiver`, which must outlive the start, how that went. With `endWithStarter` the
+    /// Starts the agent on a thread of its own and notifies `receiver`, which may end before. With `endWithStarter` the
     /// agent ends with this object; otherwise it stays until the process ends.
     void start(AgentStarterEventReceiver* receiver, bool endWithStarter);
 
   private:
-    bool create();
+    struct Started {
+        std::shared_ptr<AgentStart> start;
+        bool endWithStarter;
+    };
 
     ipl::string m_processName;
     ipl::string m_location;
-    bool m_endWithStarter = true;
-    std::shared_ptr<Agent> m_agent;
+    ipl::vector<Started> m_starts;
 };
 
 }  // namespace comm

@@ -14,7 +14,7 @@ class GlobalErrorHandler {
     /// Something is wrong that the code copes with.
     static void doWarning(const char* text, const char* function, const char* source);
 
-    /// An allocation failed that cannot be done without. Aborts the process.
+    /// An allocation failed that cannot be done without. Aborts the process; takes no memory itself.
     [[noreturn]] static void doOutOfMem(const char* what, const char* function, const char* source);
 };
 

@@ -18,6 +18,10 @@ class RepeatLimit {
     /// a later one then says in its text how many were held back since the last.
     [[nodiscard]] bool admit(string& text, Clock::time_point now = Clock::now());
 
+    /// For the end, when no more come: returns whether some were held back since the last one that was printed; the
+    /// text then says how many.
+    [[nodiscard]] bool conclude(string& text);
+
   private:
     static constexpr std::chrono::seconds Interval{1};
 

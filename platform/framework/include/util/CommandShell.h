@@ -17,7 +17,8 @@ namespace util {
 /// lines; `#` begins a comment. Built in are list_services, help, sleep, wait and exit.
 ///
 /// From a file or a pipe the lines run in order, each after the one before it has ended. In a terminal there is line
-/// editing, history and completion, and a command that still runs after a second moves to the background.
+/// editing, history and completion, and a command that still runs after a second moves to the background; what the
+/// process prints meanwhile comes above the line being edited.
 class CommandShell {
   public:
     CommandShell();

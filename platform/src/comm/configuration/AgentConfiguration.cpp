@@ -1,8 +1,11 @@
 #include "AgentConfiguration.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <cstdlib>
-#include <fstream>
 
 #include "ConfigurationFile.h"
 #include "comm/Error.h"
@@ -28,14 +31,36 @@ bool findUserFolder(ipl::string& folder) {
     return false;
 }
 
-// True on failure; a file that is not there is none, and leaves `found` as it is.
+bool refuseFile(const ipl::string& path, int error) {
+    return refuse(path + " cannot be read: " + osal::systemText(error));
+}
+
+// True on failure.
+bool readAll(const ipl::string& path, int file, ipl::string& text) {
+    struct stat status {};
+    if (::fstat(file, &status) != 0) return refuseFile(path, errno);
+    if (!S_ISREG(status.st_mode))
+        return refuse(path + " is no regular file: write the configuration to one, or remove this");
+    char piece[4096];
+    for (;;) {
+        const ssize_t count = ::read(file, piece, sizeof piece);
+        if (count == 0) return false;
+        if (count > 0)
+            text.append(piece, static_cast<std::size_t>(count));
+        else if (errno != EINTR)
+            return refuseFile(path, errno);
+    }
+}
+
+// True on failure; a file that is not there is none, and leaves `found` as it is. What is no regular file could keep
+// the start waiting, in its opening already.
 bool readText(const ipl::string& path, ipl::string& text, bool& found) {
-    errno = 0;
-    std::ifstream stream(path);
-    std::getline(stream, text, '\0');
-    found = stream.is_open() && !stream.bad();
-    return !found && errno != ENOENT && errno != ENOTDIR &&
-           refuse(path + " cannot be read: " + osal::systemText(errno));
+    const int file = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (file < 0) return errno != ENOENT && errno != ENOTDIR && refuseFile(path, errno);
+    const bool failed = readAll(path, file, text);
+    ::close(file);
+    found = !failed;
+    return failed;
 }
 
 }  // namespace

@@ -21,8 +21,9 @@ class ProcessTNG {
     void init();
     void setExecutable(const ipl::string& path);
 
-    /// Starts it without arguments, with this process's environment and standard streams. Gives its process id, or
-    /// `INVALID_PROCESS_ID` with the reason in the error storage, also where the system cannot execute the file.
+    /// Starts it without arguments, with this process's environment and standard streams, the null device where one is
+    /// missing; it inherits no other descriptor. Gives its process id, or `INVALID_PROCESS_ID` with the reason in the
+    /// error storage, also where the system cannot execute the file.
     pid_t start();
 
   private:

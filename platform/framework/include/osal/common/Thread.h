@@ -6,7 +6,7 @@
 
 namespace osal {
 
-/// A thread of the process: constructed, started once, joined.
+/// A thread of the process: constructed, started once, joined or detached.
 class Thread {
   public:
     Thread(const Thread&) = delete;
@@ -19,12 +19,16 @@ class Thread {
     /// joins itself is one. One thread at a time may join.
     bool join();
 
+    /// Lets the thread end by itself. For one that nobody can wait for; the object must live until `entry` has
+    /// returned.
+    void detach();
+
   protected:
     /// `name` is what the system's tools show, cut to 15 characters. With `realtime` the thread runs under the
     /// system's first-in-first-out scheduling with `priority`, which takes the right to do so.
     Thread(const ipl::string& name, bool realtime, int priority);
 
-    /// The thread must have been joined or never started.
+    /// The thread must have been joined, detached or never started.
     virtual ~Thread();
 
     /// What the thread does; called on the new thread.

@@ -8,7 +8,8 @@ namespace osal {
 
 /// One reference to the initialised library: the first sets it up, the last one's end cleans it up.
 ///
-/// Construct it before any other object of this library, on the main thread.
+/// Construct it before any other object of this library, on the main thread. While it is initialised, every allocation
+/// by `new` that fails ends the process through `ipl::GlobalErrorHandler::doOutOfMem`; `new (std::nothrow)` gives null.
 class Osal {
   public:
     /// `prepareStreams`: standard input, output and error are opened on the null device where the process was started
@@ -29,7 +30,8 @@ class Osal {
     static void cleanupAll();
 
     /// Ends the process at once with this status, its output written out. For a thread that finds that the process
-    /// cannot go on while others are still at work: no destructor runs under their feet.
+    /// cannot go on while others are still at work: no destructor runs under their feet, only what was registered with
+    /// `std::at_quick_exit`.
     [[noreturn]] static void endProcess(int status);
 
     static std::atomic<int> s_init_count;

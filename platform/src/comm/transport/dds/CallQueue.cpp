@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Call.h"
+#include "ipl/GlobalErrorHandler.h"
 
 namespace comm::transport {
 namespace {
@@ -10,6 +11,13 @@ namespace {
 // What arrays that wait for their next use may hold: a burst of the longest messages of the bench, and then some.
 constexpr std::size_t MostBytes = 16U << 20;
 constexpr std::size_t MostArrays = 256;
+
+// The engine ends the process as well where it finds no memory for a call.
+util::UInt8ArrayPtr madeArray() {
+    util::UInt8ArrayPtr array = util::CITypesFactory::createUInt8Array(0);
+    if (!array) ipl::GlobalErrorHandler::doOutOfMem("a call", "madeArray", "comm/transport/dds/CallQueue");
+    return array;
+}
 
 }  // namespace
 
@@ -37,7 +45,7 @@ bool CallQueue::takeOne(dds_entity_t reader) {
 }
 
 util::UInt8ArrayPtr CallQueue::newArray() {
-    if (m_arrays.empty()) return util::CITypesFactory::createUInt8Array(0);
+    if (m_arrays.empty()) return madeArray();
     util::UInt8ArrayPtr array = std::move(m_arrays.back());
     m_arrays.pop_back();
     m_arrayBytes -= array->capacity;

@@ -20,27 +20,40 @@ void warn(const ipl::string& text, const char* function) {
 
 }  // namespace
 
-DdsLink::DdsLink(DdsTransport& transport, const TrackedBase::IdentityArgs& identity, LinkEvents& events)
-    : m_transport(transport), m_identity(identity), m_key(Registration::keyOf(m_identity)), m_events(&events) {}
+DdsLink::DdsLink(DdsTransport& transport, const TrackedBase::IdentityArgs& identity, std::shared_ptr<LinkEvents> events)
+    : m_transport(transport),
+      m_identity(identity),
+      m_key(Registration::keyOf(m_identity)),
+      m_events(std::move(events)) {}
 
 bool DdsLink::open() {
-    if (m_transport.add(shared_from_this())) return true;
-    if (followUntilConnecting()) m_transport.signal().raise();
+    if (begin()) return true;
+    connectToTheLiving();
+    followInTurn();
+    if (isPending()) m_transport.signal().raise();
     return false;
 }
 
+// Makes the transport follow it, until it is closed. True on failure.
+bool DdsLink::begin() {
+    const Lock lock(m_mutex);
+    if (m_closed)
+        return error::record(Error::NotConnected, m_identity.display + " was disconnected", __FILE__, __LINE__);
+    m_opened = !m_transport.add(shared_from_this());
+    return !m_opened;
+}
+
 // What lives may still be on its way to this process. Above all this is so for the registration that a client makes
-// just before it connects, and to which its service replies at once. True if the link has to follow again soon.
-bool DdsLink::followUntilConnecting() {
+// just before it connects, and to which its service replies at once.
+void DdsLink::connectToTheLiving() {
     constexpr std::chrono::milliseconds AtMost{500};
     const auto end = Clock::now() + AtMost;
-    bool again = follow();
+    followOnce();
     while (!isConnecting() && !m_closed && Clock::now() < end) {
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
         m_transport.registrations().update();
-        again = follow();
+        followOnce();
     }
-    return again;
 }
 
 bool DdsLink::isConnecting() {
@@ -49,18 +62,37 @@ bool DdsLink::isConnecting() {
 }
 
 bool DdsLink::follow() {
-    const std::scoped_lock telling(m_telling);
-    if (lose() && m_events != nullptr) m_events->down();
-    if (m_events != nullptr && connect()) {
-        warn(ipl::ErrorStorage::reason(), "follow");
-        ipl::ErrorStorage::ack();
-    }
-    if (rise() && m_events != nullptr) m_events->up();
-    const bool waits = waitsForMatch();
-    return flush() || waits;
+    if (m_follows.fetch_add(1) == 0) followInTurn();
+    return isPending();
 }
 
-// Gives a connection up that has come to its end; true if its end is to be told.
+void DdsLink::followInTurn() {
+    for (unsigned follows = 0; !m_follows.compare_exchange_strong(follows, 0);) {
+        follows = m_follows;
+        followOnce();
+    }
+}
+
+void DdsLink::followOnce() {
+    if (lose()) report(&LinkEvents::down);
+    if (connect()) {
+        ipl::string reason = ipl::ErrorStorage::reason();
+        ipl::ErrorStorage::ack();
+        if (m_failures.admit(reason)) warn(reason, "followOnce");
+    }
+    if (rise()) report(&LinkEvents::up);
+}
+
+void DdsLink::report(void (LinkEvents::*event)()) {
+    std::shared_ptr<LinkEvents> events;
+    {
+        const Lock lock(m_mutex);
+        events = m_events;
+    }
+    if (events != nullptr) (events.get()->*event)();
+}
+
+// Gives a connection up that has come to its end. True if it was up.
 bool DdsLink::lose() {
     const Lock lock(m_mutex);
     if (!m_writer) return false;
@@ -71,10 +103,12 @@ bool DdsLink::lose() {
     return wasUp;
 }
 
-// Makes a writer for the newest registration if there is none. True on failure.
+// Makes a writer for the newest registration if there is none. True on failure, after which it is tried again later.
 bool DdsLink::connect() {
+    constexpr std::chrono::milliseconds Pause{100};
     const Lock lock(m_mutex);
-    if (m_writer) return false;
+    if (m_closed || m_writer || Clock::now() < m_retryAt) return false;
+    m_retryAt = {};
     const auto registration = m_transport.registrations().find(m_key);
     if (!registration || registration->name == m_refused || m_transport.hasPredecessor(*this)) return false;
     m_name = registration->name;
@@ -82,10 +116,11 @@ bool DdsLink::connect() {
     m_written = 0;
     m_madeAt = Clock::now();
     m_owner = registration->owner;
+    if (!m_writer) m_retryAt = m_madeAt + Pause;
     return !m_writer;
 }
 
-// True if the connection is to be told of.
+// True if it is up from now on.
 bool DdsLink::rise() {
     const Lock lock(m_mutex);
     if (m_up || m_givenUp || m_closed || !m_writer || !isMatched()) return false;
@@ -93,16 +128,24 @@ bool DdsLink::rise() {
     return true;
 }
 
-// Whoever was discovered is met at once, unless he is just leaving or the two do not fit. True while it is too early to
-// tell.
-bool DdsLink::waitsForMatch() {
+// Sends what waits, as far as there is room. True if anything is left to do that no signal announces.
+bool DdsLink::isPending() {
+    ipl::string mismatch;
+    const bool waits = waitsForMatch(mismatch);
+    if (!mismatch.empty()) warn(mismatch, "isPending");
+    return flush() || waits;
+}
+
+// A discovered reader normally matches at once; otherwise it is leaving or its type differs. True while that is
+// undecided, or a writer is to be made again.
+bool DdsLink::waitsForMatch(ipl::string& mismatch) {
     constexpr std::chrono::milliseconds LongEnough{500};
     const Lock lock(m_mutex);
-    if (m_up || m_closed || !m_writer || m_owner.empty() || isMatched()) return false;
+    if (!m_closed && !m_writer) return m_retryAt != Clock::time_point();
+    if (m_up || m_closed || m_owner.empty() || isMatched()) return false;
     if (Clock::now() - m_madeAt < LongEnough) return true;
-    warn(m_identity.display + " is registered by " + std::exchange(m_owner, {}) +
-             ", whose calls are of another kind: it runs another version",
-         "waitsForMatch");
+    mismatch = m_identity.display + " is registered by " + std::exchange(m_owner, {}) +
+               ", whose calls are of another kind: it runs another version";
     return false;
 }
 
@@ -137,7 +180,7 @@ bool DdsLink::keep(const Outgoing& call) {
     return refusal::tooMuchWaits(m_identity);
 }
 
-// The transport's thread tells the connection's end. The mutex is held.
+// The transport's thread reports the connection's end. The mutex is held.
 void DdsLink::giveUp() {
     m_outbox.clear();
     m_up = false;
@@ -176,11 +219,14 @@ void DdsLink::leave() {
 }
 
 void DdsLink::close() {
-    if (m_closed.exchange(true)) return;
-    const std::scoped_lock telling(m_telling);
-    m_events = nullptr;
+    std::shared_ptr<LinkEvents> events;  // released after the mutex
     const Lock lock(m_mutex);
+    if (m_closed.exchange(true)) return;
     m_up = false;
+    events.swap(m_events);
+    if (!m_opened) return;
+    // Who connects next is to wait for this end at the receiver. Without that it is just not held back.
+    if (m_writer) (void)Engine::describe(m_writer, Engine::ClosedWriter);
     // What waits is still sent by the transport's thread.
     if (isDrained())
         leave();

@@ -37,14 +37,13 @@ void DdsTransport::stop() {
         m_running = false;
     }
     m_signal.raise();
-    // Neither can fail: these threads were started, and this is none of them.
-    (void)m_thread.join();
-    for (const auto& thread : m_ended) (void)thread->join();
-    m_ended.clear();
+    (void)m_thread.join();  // it was started, and this is another thread
+    m_dispatchThreads.joinAll();
     drain();
     for (const auto& link : links()) link->abandon();
     m_disposal.stop();
     m_links.clear();
+    m_registrations.close();
     m_engine.stop();
 }
 
@@ -63,13 +62,15 @@ ipl::string DdsTransport::description() const {
 
 std::shared_ptr<Listener> DdsTransport::listen(const TrackedBase::IdentityArgs& identity,
                                                std::shared_ptr<ListenerEvents> events) {
+    if (m_directory.refresh() == CurrentDirectory::Result::Failed) return nullptr;
     auto listener = std::make_shared<DdsListener>(*this, identity, std::move(events));
     if (listener->open()) return nullptr;
     return listener;
 }
 
-std::shared_ptr<Link> DdsTransport::link(const TrackedBase::IdentityArgs& identity, LinkEvents& events) {
-    return std::make_shared<DdsLink>(*this, identity, events);
+std::shared_ptr<Link> DdsTransport::link(const TrackedBase::IdentityArgs& identity,
+                                         std::shared_ptr<LinkEvents> events) {
+    return std::make_shared<DdsLink>(*this, identity, std::move(events));
 }
 
 bool DdsTransport::add(std::shared_ptr<DdsLink> link) {
@@ -120,11 +121,6 @@ ipl::vector<std::shared_ptr<DdsLink>> DdsTransport::links() {
     const std::scoped_lock lock(m_mutex);
     for (const auto& [key, link] : m_links) links.push_back(link);
     return links;
-}
-
-void DdsTransport::keep(std::unique_ptr<util::Thread> thread) {
-    const std::scoped_lock lock(m_mutex);
-    m_ended.push_back(std::move(thread));
 }
 
 }  // namespace comm::transport

@@ -6,7 +6,8 @@
 
 #include "../../configuration/AgentConfiguration.h"
 #include "../Transport.h"
-#include "../common/RuntimeDirectory.h"
+#include "../common/CurrentDirectory.h"
+#include "../common/DispatchThreads.h"
 #include "Disposal.h"
 #include "Engine.h"
 #include "Registrations.h"
@@ -27,19 +28,22 @@ class DdsLink;
 ///   its machine takes its place before. What it has not received until then is lost, and what a killed process had not
 ///   sent yet. Who comes back later is a new connection.
 /// - An instance is the only one of its kind on its machine at once, but a second one on another machine is refused
-///   only after it was discovered; until then there are two, each process that discovers them warns, and who is
+///   only after it was discovered; until then there are two, each process that discovers them warns, and whoever is
 ///   connected stays with the first.
+/// - A client's end is reported before the connection of a later client if the news of the two arrive in that order,
+///   which packets that get lost may change. While a closed client cannot send the rest of its calls, for at most its
+///   lease, new connections wait.
 /// - `send` waits for up to 2 ms where the receiver does not keep up, which leaves the flow control to the engine; then
 ///   it queues.
-/// - Calls are told on the engine's thread that receives them. A callback that waits keeps all other calls to its
-///   process waiting.
+/// - Calls are reported on the engine's thread that receives them. A callback that waits keeps all other calls to its
+///   process waiting, and the engine's deletions: a withdrawn registration says so at once, its reader goes later.
 /// - A receiver acknowledges what it has received and not what its user has processed, so its queue has no bound but
 ///   its memory. The bound of what waits at the sender holds while the receiver is stopped.
 /// - The network is trusted: whoever is in the domain gets in.
 /// - The engine's threads wake up now and then to tell that they live.
 ///
 /// The transport's thread follows discovery and sends on what the engine had no room for. The latter it tries every
-/// millisecond, since the engine does not tell when there is room.
+/// millisecond, since the engine does not report when there is room.
 class DdsTransport final : public Transport, private util::Thread::Runnable {
   public:
     explicit DdsTransport(AgentConfiguration configuration);
@@ -50,7 +54,7 @@ class DdsTransport final : public Transport, private util::Thread::Runnable {
     ipl::string description() const override;
     std::shared_ptr<Listener> listen(const TrackedBase::IdentityArgs& identity,
                                      std::shared_ptr<ListenerEvents> events) override;
-    std::shared_ptr<Link> link(const TrackedBase::IdentityArgs& identity, LinkEvents& events) override;
+    std::shared_ptr<Link> link(const TrackedBase::IdentityArgs& identity, std::shared_ptr<LinkEvents> events) override;
 
     // What follows is for the links and listeners.
 
@@ -59,12 +63,11 @@ class DdsTransport final : public Transport, private util::Thread::Runnable {
     void remove(const DdsLink& link);
     /// Whether a closed link to the same registrations has not left yet.
     bool hasPredecessor(const DdsLink& link);
-    /// Takes over a thread that is about to end, to join it later.
-    void keep(std::unique_ptr<util::Thread> thread);
+    DispatchThreads& dispatchThreads() { return m_dispatchThreads; }
     Registrations& registrations() { return m_registrations; }
     Disposal& disposal() { return m_disposal; }
     Engine& engine() { return m_engine; }
-    const RuntimeDirectory& directory() const { return m_directory; }
+    std::shared_ptr<const RuntimeDirectory> directory() const { return m_directory.get(); }
     /// Within which an instance is registered once on this machine.
     const ipl::string& lockScope() const { return m_lockScope; }
     /// Wakes the transport's thread, to ask every link to follow.
@@ -78,19 +81,18 @@ class DdsTransport final : public Transport, private util::Thread::Runnable {
 
     const AgentConfiguration m_configuration;
     const ipl::string m_lockScope;
-    RuntimeDirectory m_directory;
+    CurrentDirectory m_directory;
     Signal m_signal;
     Engine m_engine;
     Registrations m_registrations;
     Disposal m_disposal;
+    DispatchThreads m_dispatchThreads;
     util::Thread m_thread;
 
     // Guards what follows. Nothing else is locked under it.
     std::mutex m_mutex;
     bool m_running = false;
     std::map<const DdsLink*, std::shared_ptr<DdsLink>> m_links;
-    // Dispatch threads that ended inside their own callbacks.
-    ipl::vector<std::unique_ptr<util::Thread>> m_ended;
 };
 
 }  // namespace comm::transport

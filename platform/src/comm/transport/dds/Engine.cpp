@@ -117,6 +117,12 @@ Entity Engine::createReader(const ipl::string& name, const ipl::string& descript
                 "reader of " + name);
 }
 
+bool Engine::describe(const Entity& endpoint, const ipl::string& description) {
+    const Qos qos;
+    ::dds_qset_userdata(qos.get(), description.data(), description.size());
+    return ::dds_set_qos(endpoint.handle(), qos.get()) != DDS_RETCODE_OK;
+}
+
 Entity Engine::createWriter(const ipl::string& name, Signal& matched) const {
     const Qos qos(name);
     const EngineListener listener(&matched);

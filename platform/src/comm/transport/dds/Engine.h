@@ -34,9 +34,12 @@ class Engine {
     /// The reader of the registration of that name, which tells `description` to whoever discovers it. Empty on
     /// failure, with the reason in the error storage; so are the following.
     Entity createReader(const ipl::string& name, const ipl::string& description, ReaderEvents& events) const;
+    /// Gives a reader or writer another description, which its discoverers learn. Waits for no callback. True on
+    /// failure.
+    [[nodiscard]] static bool describe(const Entity& endpoint, const ipl::string& description);
     /// A writer for the registration of that name. `matched` is raised when it has met its reader or lost it.
     Entity createWriter(const ipl::string& name, Signal& matched) const;
-    /// A reader that tells of every reader in the domain, also of this process's own.
+    /// A reader that reports every reader in the domain, also those of this process.
     Entity createDiscovery(Signal& changed) const;
 
     /// Writes a call. True if the engine has no room for it, also after a moment, or never again.
@@ -45,6 +48,8 @@ class Engine {
     static bool isWriting();
 
     static constexpr const char* Topic = "comm_Call";
+    /// What a writer says about itself that stays only until its calls have arrived.
+    static constexpr const char* ClosedWriter = "closed";
     static const char* typeName();
 
   private:

@@ -19,7 +19,7 @@ struct State {
     std::mutex mutex;  // guards what follows; the engine speaks on all of its threads
     bool starting = false;
     ipl::string kept;
-    std::map<ipl::string, Clock::time_point> told;
+    std::map<ipl::string, Clock::time_point> shown;
 };
 
 // The engine's threads may speak until the very end, so it is never destroyed.
@@ -28,26 +28,30 @@ State& state() {
     return instance;
 }
 
-// A network that is down, or garbage that comes, is told at every packet. Lines that begin alike tell the same, and the
-// same again is not worth a line for a while.
+// The engine reports a network that is down, or garbage that comes, at every packet. Lines that begin alike say the
+// same, and the same again is not worth a line for a while.
 bool isRepetition(State& state, const ipl::string& line) {
     constexpr std::size_t Beginning = 32;
     constexpr std::chrono::seconds Pause{10};
     const Clock::time_point now = Clock::now();
-    std::erase_if(state.told, [&](const auto& item) { return now - item.second > Pause; });
-    return !state.told.emplace(line.substr(0, Beginning), now).second;
+    std::erase_if(state.shown, [&](const auto& item) { return now - item.second > Pause; });
+    return !state.shown.emplace(line.substr(0, Beginning), now).second;
+}
+
+// Whether a line is to be shown now. While the engine starts it is kept instead.
+bool admit(const ipl::string& line) {
+    State& log = state();
+    const std::scoped_lock lock(log.mutex);
+    if (!log.starting) return !isRepetition(log, line);
+    log.kept += (log.kept.empty() ? "" : "; ") + line;
+    return false;
 }
 
 void say(void* /*argument*/, const dds_log_data_t* data) {
     constexpr std::size_t Longest = 300;
     ipl::string line(data->message, std::min(data->size, Longest));
     while (!line.empty() && (line.back() == '\n' || line.back() == ' ')) line.pop_back();
-    State& log = state();
-    const std::scoped_lock lock(log.mutex);
-    if (log.starting)
-        log.kept += (log.kept.empty() ? "" : "; ") + line;
-    else if (!isRepetition(log, line))
-        EngineLog::warn(line);
+    if (admit(line)) EngineLog::warn(line);
 }
 
 }  // namespace

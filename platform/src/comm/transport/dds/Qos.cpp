@@ -2,7 +2,7 @@
 
 namespace comm::transport {
 
-Qos::Qos(const ipl::string& partition) : m_qos(::dds_create_qos()) {
+Qos::Qos(const ipl::string& partition) : Qos() {
     // A writer that may wait for a moment leaves the flow control to the engine, and costs its user nothing to speak of
     // when the receiver is stopped.
     ::dds_qset_reliability(m_qos, DDS_RELIABILITY_RELIABLE, DDS_MSECS(2));

@@ -6,9 +6,12 @@
 
 namespace comm::transport {
 
-/// How calls travel: every one, in order, within one partition.
+/// Settings of a reader or a writer.
 class Qos {
   public:
+    /// None.
+    Qos() : m_qos(::dds_create_qos()) {}
+    /// How calls travel: every one, in order, within one partition.
     explicit Qos(const ipl::string& partition);
     Qos(const Qos&) = delete;
     Qos& operator=(const Qos&) = delete;

@@ -36,7 +36,7 @@ bool nextLine(std::istream& stream, ipl::string& line) {
 Registration Registration::ofThisProcess(const Identity& identity, const ipl::string& incarnation,
                                          const RuntimeDirectory& directory) {
     return {keyOf(identity) + '/' + incarnation, machine() + ' ' + directory.id(), identity.display,
-            "process " + std::to_string(::getpid()) + " on " + host()};
+            "process " + std::to_string(::getpid()) + " on " + host(), false};
 }
 
 std::optional<Registration> Registration::discovered(ipl::string name, const ipl::string& description) {
@@ -45,6 +45,8 @@ std::optional<Registration> Registration::discovered(ipl::string name, const ipl
     registration.name = std::move(name);
     const bool complete = nextLine(stream, registration.place) && nextLine(stream, registration.display) &&
                           nextLine(stream, registration.owner) && registration.name.find('/') != ipl::string::npos;
+    ipl::string note;
+    registration.isWithdrawn = complete && nextLine(stream, note) && note == "withdrawn";
     return complete ? std::optional(registration) : std::nullopt;
 }
 

@@ -4,71 +4,40 @@
 #include <cstring>
 #include <utility>
 
-#include "ipl/GlobalErrorHandler.h"
-
 namespace comm::transport {
-namespace {
-
-void warn(const ipl::string& text, const char* function) {
-    ipl::GlobalErrorHandler::doWarning(text.c_str(), function, "comm/transport/dds/Registrations");
-}
-
-// The only partition; empty if there is none or more than one.
-ipl::string partitionOf(const dds_qos_t* qos) {
-    std::uint32_t count = 0;
-    char** names = nullptr;
-    if (!::dds_qget_partition(qos, &count, &names)) return {};
-    ipl::string partition = count == 1 ? names[0] : "";
-    for (std::uint32_t i = 0; i < count; ++i) ::dds_free(names[i]);
-    ::dds_free(names);
-    return partition;
-}
-
-ipl::string userDataOf(const dds_qos_t* qos) {
-    void* data = nullptr;
-    std::size_t size = 0;
-    if (!::dds_qget_userdata(qos, &data, &size)) return {};
-    ipl::string text(static_cast<const char*>(data), data == nullptr ? 0 : size);
-    ::dds_free(data);
-    return text;
-}
-
-}  // namespace
 
 bool Registrations::open(const Engine& engine, Signal& changed) {
     const std::scoped_lock lock(m_mutex);
-    m_reader = engine.createDiscovery(changed);
-    return !m_reader;
+    return m_discovery.open(engine, changed);
+}
+
+void Registrations::close() {
+    Entity reader;  // deleted after the mutex is released
+    const std::scoped_lock lock(m_mutex);
+    reader = m_discovery.close();
 }
 
 void Registrations::update() {
-    const std::scoped_lock lock(m_mutex);
-    while (take()) {
+    ipl::vector<Warning> found;
+    {
+        const std::scoped_lock lock(m_mutex);
+        m_discovery.take([this](const Discovery::Endpoint& reader, bool isAlive) {
+            m_alive.erase(guidOf(reader.key));
+            m_superseded.erase(guidOf(reader.key));
+            if (isAlive) appeared(reader);
+        });
+        found.swap(m_found);
     }
+    for (Warning& warning : found)
+        m_warnings.write(warning.kind, std::move(warning.text), "update", "comm/transport/dds/Registrations");
 }
 
-// Takes in some of what has been discovered; false when there is no more. The mutex is held.
-bool Registrations::take() {
-    constexpr std::size_t AtOnce = 32;
-    std::array<void*, AtOnce> samples{};
-    std::array<dds_sample_info_t, AtOnce> infos{};
-    const dds_return_t count = ::dds_take(m_reader.handle(), samples.data(), infos.data(), AtOnce, AtOnce);
-    if (count <= 0) return false;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        const auto& reader = *static_cast<const dds_builtintopic_endpoint_t*>(samples[i]);
-        m_alive.erase(guidOf(reader.key));
-        m_superseded.erase(guidOf(reader.key));
-        if (infos[i].instance_state == DDS_ALIVE_INSTANCE_STATE && infos[i].valid_data) appeared(reader);
-    }
-    (void)::dds_return_loan(m_reader.handle(), samples.data(), count);
-    return true;
-}
-
-void Registrations::appeared(const dds_builtintopic_endpoint_t& reader) {
+void Registrations::appeared(const Discovery::Endpoint& reader) {
     if (std::strcmp(reader.topic_name, Engine::Topic) != 0) return;
-    auto registration = Registration::discovered(partitionOf(reader.qos), userDataOf(reader.qos));
+    auto registration = Registration::discovered(Discovery::partitionOf(reader), Discovery::userDataOf(reader));
     if (!registration || std::strcmp(reader.type_name, Engine::typeName()) != 0)
         return warnOfStranger(reader.type_name);
+    if (registration->isWithdrawn) return;
     Entry entry{++m_discovered, guidOf(reader.participant_key), *std::move(registration)};
     supersede(entry);
     warnOfRivals(entry.registration);
@@ -76,10 +45,10 @@ void Registrations::appeared(const dds_builtintopic_endpoint_t& reader) {
 }
 
 void Registrations::warnOfStranger(const ipl::string& typeName) {
-    if (std::exchange(m_strangerTold, true)) return;
-    warn("somebody in this domain uses the topic " + ipl::string(Engine::Topic) + " for something else, of the type " +
-             typeName.substr(0, 200) + ": nothing is sent there",
-         "warnOfStranger");
+    if (std::exchange(m_strangerFound, true)) return;
+    m_found.push_back({"stranger", "somebody in this domain uses the topic " + ipl::string(Engine::Topic) +
+                                       " for something else, of the type " + typeName.substr(0, 200) +
+                                       ": nothing is sent there"});
 }
 
 void Registrations::supersede(const Entry& successor) {
@@ -93,12 +62,12 @@ void Registrations::supersede(const Entry& successor) {
     });
 }
 
-void Registrations::warnOfRivals(const Registration& registration) const {
+void Registrations::warnOfRivals(const Registration& registration) {
     for (const auto& [guid, entry] : m_alive)
         if (entry.registration.key() == registration.key())
-            warn(registration.display + " is registered twice, by " + entry.registration.owner + " and by " +
-                     registration.owner + ": end one of them. Who is connected stays with the first",
-                 "warnOfRivals");
+            m_found.push_back({registration.key(), registration.display + " is registered twice, by " +
+                                                       entry.registration.owner + " and by " + registration.owner +
+                                                       ": end one of them. Who is connected stays with the first"});
 }
 
 bool Registrations::isKilled(const Guid& participant) const {

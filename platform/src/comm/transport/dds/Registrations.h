@@ -5,9 +5,11 @@
 #include <mutex>
 #include <optional>
 
-#include "Engine.h"
+#include "../common/Warnings.h"
+#include "Discovery.h"
 #include "Guid.h"
 #include "Registration.h"
+#include "ipl/vector.h"
 
 namespace comm::transport {
 
@@ -18,6 +20,9 @@ class Registrations {
     /// the error storage.
     [[nodiscard]] bool open(const Engine& engine, Signal& changed);
 
+    /// Ends that. Nothing is discovered any more.
+    void close();
+
     /// Takes in what has been discovered. Warns of registrations that should not be.
     void update();
 
@@ -26,7 +31,8 @@ class Registrations {
     bool isAlive(const ipl::string& name) const;
 
     /// Whether the process of that participant was killed, although its lease has not run out yet: another one has
-    /// taken over a registration of it in the same place, which a lock makes impossible while it lives.
+    /// taken over a registration of it in the same place. A living process withdraws its registration before it
+    /// releases the lock that the other one needs for that.
     bool isKilled(const Guid& participant) const;
 
   private:
@@ -36,19 +42,26 @@ class Registrations {
         Registration registration;
     };
 
-    bool take();
-    void appeared(const dds_builtintopic_endpoint_t& reader);
+    struct Warning {
+        ipl::string kind;
+        ipl::string text;
+    };
+
+    void appeared(const Discovery::Endpoint& reader);
     void warnOfStranger(const ipl::string& typeName);
     void supersede(const Entry& successor);
-    void warnOfRivals(const Registration& registration) const;
+    void warnOfRivals(const Registration& registration);
+
+    Warnings m_warnings;
 
     // Guards what follows.
     mutable std::mutex m_mutex;
-    Entity m_reader;
+    Discovery m_discovery;
     std::map<Guid, Entry> m_alive;
     std::map<Guid, Guid> m_superseded;  // readers that are still believed to live, and their participants
     std::uint64_t m_discovered = 0;
-    bool m_strangerTold = false;
+    ipl::vector<Warning> m_found;
+    bool m_strangerFound = false;
 };
 
 }  // namespace comm::transport

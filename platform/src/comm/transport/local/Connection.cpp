@@ -34,12 +34,22 @@ Connection::Result Connection::leave(Epoll& epoll, const epoll_event& event) {
     return Result::Done;
 }
 
+// The end of a socket is reported as long as it is watched at all, whatever for.
+void Connection::watch(Epoll& epoll, std::uint64_t number, bool wanted) const {
+    if (!wanted)
+        epoll.remove(m_socket.get());
+    else if (epoll.set(m_socket.get(), number, Events))
+        ipl::ErrorStorage::ack();  // the end of the next shortage is another chance
+}
+
 Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber) {
     Greeting greeting;
     const char* fault = nullptr;
     switch (greeting.receive(m_socket.get(), fault)) {
         case Greeting::Result::NotYet:
             return Result::Nothing;
+        case Greeting::Result::Short:
+            return Result::Short;
         case Greeting::Result::Ended:
             return over(nullptr);
         case Greeting::Result::Wrong:
@@ -57,13 +67,12 @@ Connection::Result Connection::greet(Epoll& epoll, std::uint64_t doorbellNumber)
         return over("its doorbell cannot be watched");
     }
     m_reader.emplace(std::move(memory));
-    if (hasGoneUnheard()) return Result::Over;
+    if (m_othersWait && hasGoneUnheard()) return Result::Over;
     m_state = State::Open;
     m_events.connected();
     return Result::Done;
 }
 
-// Reporting a peer that has come and gone without a call would make the service answer whoever came after it.
 bool Connection::hasGoneUnheard() const {
     char byte = 0;
     return !m_reader->hasSomething() && ::recv(m_socket.get(), &byte, sizeof byte, MSG_PEEK | MSG_DONTWAIT) == 0;

@@ -20,25 +20,37 @@ class Connection final : private RingReader::Sink {
     enum class Result {
         Nothing,  ///< there was nothing to do
         Done,     ///< something was done, and there may be more
+        Short,    ///< the process has no descriptors left for what has come; it stays there
         Over      ///< the connection is over; whoever connected has then been told to be gone
     };
 
-    /// All that is given by reference must outlive the connection.
+    /// What its socket is watched for.
+    static constexpr std::uint32_t Events = EPOLLIN | EPOLLRDHUP;
+
+    /// All that is given by reference must outlive the connection. With `othersWait` it is not reported at all if it
+    /// was closed already without a call: a service would answer it by connecting to whoever came after it.
     Connection(FileDescriptor socket, ipl::string peer, const Identity& identity, ListenerEvents& events,
-               Warnings& warnings)
+               Warnings& warnings, bool othersWait = false)
         : m_socket(std::move(socket)),
           m_peer(std::move(peer)),
           m_identity(identity),
           m_events(events),
-          m_warnings(warnings) {}
+          m_warnings(warnings),
+          m_othersWait(othersWait) {}
 
     /// Reads what the socket has to tell: the greeting, then that the peer sends nothing new any more, and its end, at
     /// which all that was written is still delivered. `epoll` watches the socket as `event` says, and the doorbell of a
     /// greeting under that number.
     Result readSocket(Epoll& epoll, const epoll_event& event, std::uint64_t doorbellNumber);
 
+    /// Reports no events of the socket, or those that are there and come again, under that number.
+    void watch(Epoll& epoll, std::uint64_t number, bool wanted) const;
+
     /// Delivers what the peer has written up to now, or the first part of that.
     Result readRing();
+
+    /// Whether the greeting has not come yet.
+    bool isNew() const { return m_state == State::New; }
 
     /// Whether the peer has closed the connection, and not all that it sent before has been delivered.
     bool isLeaving() const { return m_state == State::Leaving || m_state == State::Gone; }
@@ -81,6 +93,7 @@ class Connection final : private RingReader::Sink {
     const Identity& m_identity;
     ListenerEvents& m_events;
     Warnings& m_warnings;
+    const bool m_othersWait;
     Doorbell m_doorbell;
     std::optional<RingReader> m_reader;  // once the peer has greeted
     State m_state = State::New;

@@ -28,11 +28,11 @@ void Dispatcher::run() {
         if (!more) awake();
         serve(ready);
         more = readRings();
+        if (m_patience || m_acceptAgainAt) resumeAccepting();
         turn.leave();
         ready = sleep(more);
     }
     m_connections.clear();
-    m_sockets.close();
     m_events.reset();
 }
 
@@ -99,12 +99,22 @@ void Dispatcher::serve(std::span<const epoll_event> ready) {
         if (const auto found = m_connections.find(event.data.u64); found != m_connections.end())
             serveConnection(found, event);
     }
-    if (m_patience || m_acceptAgainAt) resumeAccepting();
     if (newcomers && ready.size() < Epoll::MostEvents && !ended()) accept();
 }
 
 void Dispatcher::serveConnection(Connections::iterator connection, const epoll_event& event) {
-    if (connection->second->readSocket(m_epoll, event, DoorbellRang) == Connection::Result::Over) drop(connection);
+    switch (connection->second->readSocket(m_epoll, event, DoorbellRang)) {
+        case Connection::Result::Over:
+            drop(connection);
+            break;
+        case Connection::Result::Short:
+            connection->second->watch(m_epoll, connection->first, false);
+            waitForResources(EMFILE);
+            break;
+        case Connection::Result::Nothing:
+        case Connection::Result::Done:
+            break;
+    }
 }
 
 Dispatcher::Connections::iterator Dispatcher::drop(Connections::iterator connection) {
@@ -118,7 +128,7 @@ void Dispatcher::accept() {
     if (socket)
         admit(std::move(socket));
     else if (isShortage(errno))
-        waitForResources();
+        waitForResources(errno);
     // What else can happen here, such as a peer that is gone already, is over with the call.
 }
 
@@ -137,23 +147,24 @@ void Dispatcher::admit(FileDescriptor socket) {
         return;
     }
     const std::uint64_t number = m_nextConnection++;
-    const epoll_event event{EPOLLIN | EPOLLRDHUP, {.u64 = number}};
-    if (m_epoll.set(socket.get(), number, event.events)) {
+    if (m_epoll.set(socket.get(), number, Connection::Events)) {
         m_warnings.write(
             "no watch at " + m_identity.display,
             "connection of " + peer + " to " + m_identity.display + " refused: " + ipl::ErrorStorage::reasonText(),
             "admit", Source);
         return ipl::ErrorStorage::ack();
     }
-    auto connection = std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_warnings);
-    serveConnection(m_connections.emplace(number, std::move(connection)).first, {});  // its greeting may be there
+    auto connection = std::make_unique<Connection>(std::move(socket), peer, m_identity, *m_events, m_warnings,
+                                                   m_sockets.anyoneWaits());
+    serveConnection(m_connections.emplace(number, std::move(connection)).first,
+                    epoll_event{});  // its greeting may be there
 }
 
-// Who connects waits in the socket's queue. The socket would stay ready meanwhile, so it is not watched.
-void Dispatcher::waitForResources() {
+// Newcomers wait in the socket's queue. It would stay ready meanwhile, so it is not watched.
+void Dispatcher::waitForResources(int error) {
     m_warnings.write(
         "no resources",
-        "connections to " + m_identity.display + " have to wait: " + osal::systemText(errno) + " (see ulimit -n)",
+        "connections to " + m_identity.display + " have to wait: " + osal::systemText(error) + " (see ulimit -n)",
         "waitForResources", Source);
     m_sockets.watch(false);
     m_acceptAgainAt = Clock::now() + ShortagePause;
@@ -162,7 +173,11 @@ void Dispatcher::waitForResources() {
 void Dispatcher::resumeAccepting() {
     if (m_patience && *m_patience <= Clock::duration::zero()) endLeavers();
     if (m_patience && !anyoneLeaving()) m_patience.reset();
-    if (m_acceptAgainAt && Clock::now() >= *m_acceptAgainAt) m_acceptAgainAt.reset();
+    if (m_acceptAgainAt && Clock::now() >= *m_acceptAgainAt) {
+        m_acceptAgainAt.reset();
+        for (const auto& [number, connection] : m_connections)
+            if (connection->isNew()) connection->watch(m_epoll, number, true);
+    }
     if (!m_patience && !m_acceptAgainAt) m_sockets.watch(true);
 }
 

@@ -60,7 +60,7 @@ class Dispatcher {
     void accept();
     void admit(FileDescriptor socket);
     void waitForLeavers();
-    void waitForResources();
+    void waitForResources(int error);
     void resumeAccepting();
     bool anyoneLeaving() const;
     void endLeavers();

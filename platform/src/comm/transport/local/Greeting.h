@@ -39,6 +39,7 @@ struct Greeting {
     enum class Result {
         Complete,
         NotYet,  ///< nothing has arrived
+        Short,   ///< this process has no descriptors left for what has arrived, which stays there
         Ended,   ///< the peer has closed the connection without a word
         Wrong    ///< it is no greeting; `fault` says why
     };

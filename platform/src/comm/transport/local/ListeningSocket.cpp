@@ -17,10 +17,12 @@ bool ListeningSocket::open(std::shared_ptr<const RuntimeDirectory> directory, co
     m_socket = FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!m_socket) return failed("socket for " + path, __FILE__, __LINE__);
     if (bind(unfinished)) return failed("bind " + path, __FILE__, __LINE__);
-    if (::listen(m_socket.get(), SOMAXCONN) != 0) return failed("listen on " + path, __FILE__, __LINE__);
-    if (::renameat(m_directory->fd(), unfinished.c_str(), m_directory->fd(), m_fileName.c_str()) != 0)
-        return failed("rename to " + path, __FILE__, __LINE__);
-    return false;
+    if (::listen(m_socket.get(), SOMAXCONN) == 0 &&
+        ::renameat(m_directory->fd(), unfinished.c_str(), m_directory->fd(), m_fileName.c_str()) == 0)
+        return false;
+    failed("listen on " + path, __FILE__, __LINE__);
+    m_directory->remove(unfinished);
+    return true;
 }
 
 bool ListeningSocket::bind(const ipl::string& unfinished) {
@@ -31,7 +33,7 @@ bool ListeningSocket::bind(const ipl::string& unfinished) {
 }
 
 void ListeningSocket::removeName() const {
-    if (isCurrent()) m_directory->remove(m_fileName);
+    if (isCurrentIn(*m_directory)) m_directory->remove(m_fileName);
 }
 
 }  // namespace comm::transport

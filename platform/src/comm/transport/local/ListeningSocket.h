@@ -18,8 +18,8 @@ class ListeningSocket {
     /// storage.
     [[nodiscard]] bool open(std::shared_ptr<const RuntimeDirectory> directory, const Identity& identity);
 
-    /// Whether its name leads to it.
-    bool isCurrent() const { return m_directory != nullptr && m_directory->holds(m_fileName, m_file); }
+    /// Whether its name in that directory leads to it.
+    bool isCurrentIn(const RuntimeDirectory& directory) const { return directory.holds(m_fileName, m_file); }
 
     /// Removes its name, if that is its own.
     void removeName() const;

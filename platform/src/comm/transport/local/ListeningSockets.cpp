@@ -1,8 +1,11 @@
 #include "ListeningSockets.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <iterator>
 
 #include "ipl/ErrorStorage.h"
 
@@ -11,6 +14,11 @@ namespace {
 
 std::uint32_t eventsFor(bool watched) {
     return watched ? std::uint32_t{EPOLLIN} : 0U;
+}
+
+bool anyoneWaitsAt(const ListeningSocket& socket) {
+    pollfd state{socket.fd(), POLLIN, 0};
+    return ::poll(&state, 1, 0) > 0;
 }
 
 }  // namespace
@@ -23,18 +31,14 @@ bool ListeningSockets::add(std::shared_ptr<const RuntimeDirectory> directory, co
         socket.removeName();
         return true;
     }
+    m_sockets.remove_if([](const ListeningSocket& former) { return !anyoneWaitsAt(former); });
     m_sockets.push_back(std::move(socket));
     return false;
 }
 
-bool ListeningSockets::isCurrent() const {
+bool ListeningSockets::isCurrentIn(const RuntimeDirectory& directory) const {
     const std::scoped_lock lock(m_mutex);
-    return !m_sockets.empty() && m_sockets.back().isCurrent();
-}
-
-void ListeningSockets::removeName() const {
-    const std::scoped_lock lock(m_mutex);
-    if (!m_sockets.empty()) m_sockets.back().removeName();
+    return !m_sockets.empty() && m_sockets.back().isCurrentIn(directory);
 }
 
 void ListeningSockets::watch(bool wanted) {
@@ -44,14 +48,20 @@ void ListeningSockets::watch(bool wanted) {
         if (m_epoll.set(socket.fd(), m_number, eventsFor(wanted))) ipl::ErrorStorage::ack();  // it is watched already
 }
 
-FileDescriptor ListeningSockets::accept() const {
+FileDescriptor ListeningSockets::accept() {
     const std::scoped_lock lock(m_mutex);
     errno = EAGAIN;
-    for (const ListeningSocket& socket : m_sockets) {
-        FileDescriptor accepted(::accept4(socket.fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    for (auto at = m_sockets.begin(); at != m_sockets.end();) {
+        FileDescriptor accepted(::accept4(at->fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
         if (accepted || errno != EAGAIN) return accepted;
+        at = std::next(at) == m_sockets.end() ? m_sockets.end() : m_sockets.erase(at);
     }
     return {};
+}
+
+bool ListeningSockets::anyoneWaits() const {
+    const std::scoped_lock lock(m_mutex);
+    return std::ranges::any_of(m_sockets, anyoneWaitsAt);
 }
 
 void ListeningSockets::close() {

@@ -10,7 +10,7 @@
 namespace comm::transport {
 
 /// Where a registration accepts connections: at the socket that has its name, and at those that had it before the name
-/// was lost and taken again. Any thread.
+/// was lost and taken again, as long as anyone waits there. Any thread.
 class ListeningSockets {
   public:
     /// `epoll` reports new connections under `number`. Outlives this object.
@@ -19,17 +19,19 @@ class ListeningSockets {
     /// Makes a further one, which gets the name. True on failure, with the reason in the error storage.
     [[nodiscard]] bool add(std::shared_ptr<const RuntimeDirectory> directory, const Identity& identity);
 
-    /// Whether the name leads to the last one.
-    bool isCurrent() const;
-    void removeName() const;
+    /// Whether the name in that directory leads to the last one.
+    bool isCurrentIn(const RuntimeDirectory& directory) const;
 
     /// Starts and stops to report new connections.
     void watch(bool wanted);
 
     /// Accepts a connection. Empty if there is none, with the reason in `errno`, which is EAGAIN if none waits.
-    FileDescriptor accept() const;
+    FileDescriptor accept();
 
-    /// Removes the name, and refuses all further connections.
+    /// Whether there is a connection to accept.
+    bool anyoneWaits() const;
+
+    /// Removes the name and refuses all further connections.
     void close();
 
   private:

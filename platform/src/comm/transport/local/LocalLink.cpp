@@ -31,12 +31,22 @@ LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs&
                      std::shared_ptr<LinkEvents> events)
     : m_transport(transport), m_identity(identity), m_number(transport.nextNumber()), m_events(std::move(events)) {}
 
-// Known to the transport before the first look, so that a registration that appears meanwhile is not missed.
 bool LocalLink::open() {
-    if (m_transport.add(shared_from_this())) return true;
-    const Attempt result = look();
+    if (beginFirstAttempt()) return true;
+    const Attempt result = attempt();
     if (result == Attempt::Refused) return true;
     report(result);
+    return false;
+}
+
+// Known to the transport before the first look, so that a registration that appears meanwhile is not missed; and this
+// thread makes the first attempt, so that a living registration is connected when that returns. True on failure.
+bool LocalLink::beginFirstAttempt() {
+    const std::scoped_lock lock(m_mutex);
+    if (m_closed)
+        return error::record(Error::NotConnected, m_identity.display + " was disconnected", __FILE__, __LINE__);
+    if (m_transport.add(shared_from_this())) return true;
+    m_attempting = true;
     return false;
 }
 
@@ -53,7 +63,10 @@ void LocalLink::appeared(const ipl::string& fileName) {
 // Connects if the registration is there and no connection exists. What another thread's attempt has missed, that one
 // looks for itself.
 LocalLink::Attempt LocalLink::look() {
-    if (!beginAttempt()) return Attempt::Absent;
+    return beginAttempt() ? attempt() : Attempt::Absent;
+}
+
+LocalLink::Attempt LocalLink::attempt() {
     for (;;) {
         const Attempt result = connect();
         if (endAttempt(result)) return result;

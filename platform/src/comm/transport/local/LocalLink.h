@@ -52,7 +52,9 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     };
     static constexpr std::chrono::milliseconds TidyAfter{1000};
 
+    bool beginFirstAttempt();
     Attempt look();
+    Attempt attempt();
     bool beginAttempt();
     bool endAttempt(Attempt result);
     Attempt connect();

@@ -19,7 +19,7 @@ bool LocalListener::open() {
     if (m_dispatcher.open() || takeNames(m_context.directory.get())) return true;
     const ipl::string name = "dispatch_" + std::to_string(m_identity.key.instance);
     if (!m_context.threads.start(name, [self = shared_from_this()] { self->m_dispatcher.run(); })) return false;
-    m_dispatcher.sockets().removeName();
+    m_dispatcher.sockets().close();
     m_lock.release();
     return true;
 }
@@ -41,7 +41,7 @@ void LocalListener::close() {
     {
         const std::scoped_lock lock(m_mutex);
         m_isClosed = true;
-        m_dispatcher.sockets().removeName();
+        m_dispatcher.sockets().close();
         m_lock.release();
     }
     m_dispatcher.wakeUp();
@@ -58,8 +58,8 @@ LocalListener::Names LocalListener::restoreNames() {
         const std::scoped_lock lock(m_mutex);
         const std::shared_ptr<const RuntimeDirectory> directory = m_context.directory.get();
         if (m_isClosed) return Names::Held;
-        if (m_lock.isCurrentIn(*directory) && m_dispatcher.sockets().isCurrent() && directory->isInPlace())
-            return Names::Held;
+        const bool held = m_lock.isCurrentIn(*directory) && m_dispatcher.sockets().isCurrentIn(*directory);
+        if (held && directory->isInPlace()) return Names::Held;
         const bool lost = takeNames(directory);
         reported = std::exchange(m_lossReported, lost);
         if (!lost) return Names::Held;

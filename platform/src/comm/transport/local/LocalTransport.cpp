@@ -157,9 +157,12 @@ void LocalTransport::handleDirectory() {
     reportAppeared("");
 }
 
+// True on failure, with the reason in the error storage.
 bool LocalTransport::followDirectory() {
-    m_followed = directory();
-    return m_directoryWatch.follow(*m_followed);
+    std::shared_ptr<const RuntimeDirectory> current = directory();
+    if (m_directoryWatch.follow(*current)) return true;
+    m_followed = std::move(current);
+    return false;
 }
 
 // Goes on in another directory where the one that was followed is gone. As long as there is none, it is tried again.
