@@ -1,10 +1,20 @@
 #pragma once
 
-/// Whether the test is built with a sanitizer that needs memory and threads of its own.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr bool Sanitized = true;
+// What a program is built with. The sanitizers need memory and threads of their own, and that for addresses
+// descriptors.
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool AddressSanitized = true;
+constexpr bool ThreadSanitized = false;
+#elif defined(__SANITIZE_THREAD__)
+constexpr bool AddressSanitized = false;
+constexpr bool ThreadSanitized = true;
 #elif defined(__has_feature)
-constexpr bool Sanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+constexpr bool AddressSanitized = __has_feature(address_sanitizer) != 0;
+constexpr bool ThreadSanitized = __has_feature(thread_sanitizer) != 0;
 #else
-constexpr bool Sanitized = false;
+constexpr bool AddressSanitized = false;
+constexpr bool ThreadSanitized = false;
 #endif
+
+constexpr bool Sanitized = AddressSanitized || ThreadSanitized;
