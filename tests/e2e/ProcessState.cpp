@@ -82,6 +82,11 @@ unsigned long long figureOf(pid_t process, const std::string& name) {
     return numberBehind(contentOf(folderOf(process) / "status"), '\n' + name + ':');
 }
 
+unsigned long long processorTicksOf(pid_t process) {
+    const std::vector<std::string> fields = fieldsOf(folderOf(process));
+    return fields[11].empty() ? 0 : std::stoull(fields[11]) + std::stoull(fields[12]);
+}
+
 bool isSanitized(pid_t process) {
     // Their shadow memory takes more addresses than anything else.
     return figureOf(process, "VmSize") > 1ULL << 30;

@@ -17,6 +17,9 @@ testing::AssertionResult comesToRest(pid_t process);
 /// A figure of /proc/PID/status in its unit, such as VmRSS in KiB.
 unsigned long long figureOf(pid_t process, const std::string& name);
 
+/// The processor's time that it has taken, in ticks of the system's clock.
+unsigned long long processorTicksOf(pid_t process);
+
 /// Whether it is built with a sanitizer that needs memory and threads of its own.
 bool isSanitized(pid_t process);
 

@@ -96,6 +96,8 @@ TEST_F(TimeoutTest, RunningClientKeepsItsTimeoutAndMeasuresAnAnswerThatComesLate
     shell.write("startZID 5 --delay 0");
     service.waitForLine("ZidService(5): starting test with msg_count = 1");
     shell.write("setTimeout 9000");
+    const auto begin = processorTicksOf(service.id());
+    ASSERT_TRUE(eventually([&] { return processorTicksOf(service.id()) > begin + 10; })) << "no bursts are answered";
     service.pause();
     shell.waitForLine("ZidClient - stopping sender thread..");
     service.resume();
