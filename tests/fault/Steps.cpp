@@ -320,6 +320,9 @@ void Steps::succeed() {
     if (service == nullptr || first == nullptr || !m_team.isSettled(*service)) return;
     const std::uint32_t instance = service->instance;
     if (!first->links.contains(instance) || !m_team.isSettled(*first)) return;
+    // When this one has been refused, all that came before and has gone was noticed.
+    (void)attack(*service, "a corrupt record", 1);
+    m_team.settle();
     m_team.ask(*service, "peak 1000");
     const std::size_t connections = m_team.connectionsTo(*service);
     m_team.stop(*service);
