@@ -7,6 +7,7 @@
 #include "HostileReader.h"
 #include "HostileWriter.h"
 #include "Leftovers.h"
+#include "Sanitized.h"
 
 namespace {
 
@@ -16,19 +17,8 @@ constexpr std::uint32_t TrapInstance = 900;
 constexpr std::uint32_t NewInstance = 901;
 
 // Where the sanitizers need more of it for themselves than a limit leaves.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool LimitsDescriptors = false;
-constexpr bool LimitsAddresses = false;
-#elif defined(__SANITIZE_THREAD__)
-constexpr bool LimitsDescriptors = true;
-constexpr bool LimitsAddresses = false;
-#elif defined(__has_feature)
-constexpr bool LimitsDescriptors = __has_feature(address_sanitizer) == 0;
-constexpr bool LimitsAddresses = __has_feature(address_sanitizer) + __has_feature(thread_sanitizer) == 0;
-#else
-constexpr bool LimitsDescriptors = true;
-constexpr bool LimitsAddresses = true;
-#endif
+constexpr bool LimitsDescriptors = !AddressSanitized;
+constexpr bool LimitsAddresses = !Sanitized;
 
 }  // namespace
 
@@ -92,8 +82,10 @@ void Steps::connect() {
 }
 
 Member* Steps::connectTo(std::uint32_t instance) {
-    Member* const client = any(Member::Client);
-    if (client == nullptr || client->links.contains(instance)) return nullptr;
+    std::vector<Member*> clients = m_team.running(Member::Client);
+    std::erase_if(clients, [&](const Member* client) { return client->links.contains(instance); });
+    if (clients.empty()) return nullptr;
+    Member* const client = m_dice.oneOf(clients);
     m_team.connect(*client, instance);
     return client;
 }

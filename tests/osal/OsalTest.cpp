@@ -21,6 +21,7 @@
 #include <sstream>
 #include <thread>
 
+#include "Sanitized.h"
 #include "TemporaryDirectory.h"
 #include "ipl/ErrorStorage.h"
 #include "osal/common/Condition.h"
@@ -121,9 +122,7 @@ const void* volatile allocated;  // where the compiler does not see that it is n
 }
 
 TEST(Osal, AllocationThatFailsEndsTheProcessUnlessItMayFail) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    GTEST_SKIP() << "a sanitizer allocates on its own";
-#endif
+    if (Sanitized) GTEST_SKIP() << "a sanitizer allocates on its own";
     EXPECT_EXIT(useUpMemory(), testing::KilledBySignal(SIGABRT),
                 "^exhausted\nout of memory: an allocation \\(operator new, framework/include/osal/common/osal\\)\n$");
 }

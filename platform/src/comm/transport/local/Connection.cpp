@@ -91,8 +91,8 @@ Connection::Result Connection::readRing() {
         case RingReader::Result::Broken:
             return over(m_reader->fault());
     }
-    // A byte tells the peer that there is room again. Where the socket takes none, it is full of them.
     if (m_afterLeaving > MostAfterLeaving) return over("it goes on although it has left");
+    // A byte tells the peer that there is room again. Where the socket takes none, it is full of them.
     if (m_reader->writerWaits()) (void)::send(m_socket.get(), "", 1, MSG_DONTWAIT | MSG_NOSIGNAL);
     return Result::Done;
 }

@@ -95,8 +95,9 @@ void Dispatcher::serve(std::span<const epoll_event> ready) {
     bool newcomers = false;
     for (const epoll_event& event : ready) {
         if (ended()) return;
-        if (event.data.u64 == NewConnection) newcomers = true;
-        if (const auto found = m_connections.find(event.data.u64); found != m_connections.end())
+        const std::uint64_t number = event.data.u64;  // no reference: the structure is packed
+        if (number == NewConnection) newcomers = true;
+        if (const auto found = m_connections.find(number); found != m_connections.end())
             serveConnection(found, event);
     }
     if (newcomers && ready.size() < Epoll::MostEvents && !ended()) accept();

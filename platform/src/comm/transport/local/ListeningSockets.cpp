@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <iterator>
 
 #include "ipl/ErrorStorage.h"
 
@@ -31,8 +30,8 @@ bool ListeningSockets::add(std::shared_ptr<const RuntimeDirectory> directory, co
         socket.removeName();
         return true;
     }
-    m_sockets.remove_if([](const ListeningSocket& former) { return !anyoneWaitsAt(former); });
     m_sockets.push_back(std::move(socket));
+    closeFormer();
     return false;
 }
 
@@ -50,13 +49,20 @@ void ListeningSockets::watch(bool wanted) {
 
 FileDescriptor ListeningSockets::accept() {
     const std::scoped_lock lock(m_mutex);
+    FileDescriptor accepted;
     errno = EAGAIN;
-    for (auto at = m_sockets.begin(); at != m_sockets.end();) {
-        FileDescriptor accepted(::accept4(at->fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-        if (accepted || errno != EAGAIN) return accepted;
-        at = std::next(at) == m_sockets.end() ? m_sockets.end() : m_sockets.erase(at);
-    }
-    return {};
+    for (auto at = m_sockets.begin(); at != m_sockets.end() && !accepted && errno == EAGAIN; ++at)
+        accepted = FileDescriptor(::accept4(at->fd(), nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    const int error = errno;
+    closeFormer();
+    errno = error;
+    return accepted;
+}
+
+// The mutex is held.
+void ListeningSockets::closeFormer() {
+    m_sockets.remove_if(
+        [this](const ListeningSocket& socket) { return &socket != &m_sockets.back() && !anyoneWaitsAt(socket); });
 }
 
 bool ListeningSockets::anyoneWaits() const {

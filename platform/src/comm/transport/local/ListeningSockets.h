@@ -35,6 +35,8 @@ class ListeningSockets {
     void close();
 
   private:
+    void closeFormer();
+
     // Guards what follows.
     mutable std::mutex m_mutex;
     std::list<ListeningSocket> m_sockets;
