@@ -8,6 +8,7 @@
 
 #include "LatencyHistogram.h"
 #include "RunningAgent.h"
+#include "Sanitized.h"
 #include "ScriptedPeer.h"
 #include "ZidClient.h"
 #include "ZidClientProbe.h"
@@ -95,6 +96,8 @@ TEST_F(ZidClientTest, AnArrayOfNoBytesIsSentForNoPayload) {
 }
 
 TEST_F(ZidClientTest, BurstsOfNoMessagesMeasureNothing) {
+    if (ThreadSanitized)
+        GTEST_SKIP() << "the order that a ring makes between the test and the dispatch thread is unseen";
     start(10, 0, 0, Patient);
     ASSERT_TRUE(peer->log.waitFor("start 0"));
     ZidClientProbe probe(*client);
