@@ -16,10 +16,13 @@ constexpr int Services = 99;
 
 // Clients that keep coming, to one service after the other, each as soon as the one before it has gone.
 class Flood {
-  public:
-    Flood() { EXPECT_FALSE(m_directory.open()); }
-
   private:
+    static RuntimeDirectory open() {
+        RuntimeDirectory directory;
+        EXPECT_FALSE(directory.open());
+        return directory;
+    }
+
     void run(const std::stop_token& end) {
         for (std::uint32_t instance = 1; !end.stop_requested(); instance = instance % Services + 1)
             connect(m_clients.at(instance), Identity(ISRMExchange::identityOf(ISRMExchange::keyOf(instance))));
@@ -33,7 +36,7 @@ class Flood {
             (void)Greeting::send(client.get(), GreetingBody(identity), m_ring.file.get(), m_ring.bell.fd());
     }
 
-    RuntimeDirectory m_directory;
+    const RuntimeDirectory m_directory = open();
     const TestRing m_ring{};
     std::array<FileDescriptor, Services + 1> m_clients;
     std::jthread m_thread{[this](const std::stop_token& end) { run(end); }};
