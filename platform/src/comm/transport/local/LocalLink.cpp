@@ -231,6 +231,7 @@ void LocalLink::spoilt(const char* fault) {
 void LocalLink::giveUp() {
     m_outbox.clear();
     m_up = false;
+    m_givenUp = true;
     ::shutdown(m_socket.get(), SHUT_RDWR);
 }
 
@@ -268,11 +269,12 @@ bool LocalLink::readSocket(const char*& fault) {
 }
 
 // The registration may be there again already, and then its appearance was noticed. The same one as before has closed
-// the connection for a reason of its own, and perhaps would again. The mutex is held.
+// the connection for a reason of its own that may pass; one that takes nothing, or sends nonsense, is not connected
+// again. The mutex is held.
 void LocalLink::lose() {
     constexpr std::chrono::seconds LongEnough{1};
     if (Clock::now() - m_connectedAt > LongEnough) m_pause.reset();
-    if (!m_closed && !m_appeared) scheduleRetry();
+    if (!m_closed && !m_appeared && !m_givenUp) scheduleRetry();
     drop();
 }
 
@@ -318,6 +320,7 @@ void LocalLink::tidy(const char*& fault) {
 // Gives the connection up. The mutex is held.
 void LocalLink::drop() {
     m_up = false;
+    m_givenUp = false;
     m_outbox.clear();
     m_ring.reset();
     m_file.reset();

@@ -97,6 +97,7 @@ class LocalLink final : public Link, public std::enable_shared_from_this<LocalLi
     FileDescriptor m_file;             // of the ring, until it is handed over
     Outbox m_outbox;
     bool m_up = false;
+    bool m_givenUp = false;  // by this side
 };
 
 }  // namespace comm::transport
