@@ -97,8 +97,7 @@ void Dispatcher::serve(std::span<const epoll_event> ready) {
         if (ended()) return;
         const std::uint64_t number = event.data.u64;  // no reference: the structure is packed
         if (number == NewConnection) newcomers = true;
-        if (const auto found = m_connections.find(number); found != m_connections.end())
-            serveConnection(found, event);
+        if (const auto found = m_connections.find(number); found != m_connections.end()) serveConnection(found, event);
     }
     if (newcomers && ready.size() < Epoll::MostEvents && !ended()) accept();
 }
