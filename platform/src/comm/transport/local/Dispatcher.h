@@ -41,6 +41,7 @@ class Dispatcher {
     static constexpr std::uint64_t DoorbellRang = 2;
     // The sockets, and with them newcomers, are looked at so often at least, however much there is to read.
     static constexpr std::chrono::milliseconds LongestReading{2};
+    static constexpr int MostRounds = 64;
     static constexpr std::chrono::milliseconds ShortagePause{100};
     // How long newcomers wait in all for clients that have left and still owe something.
     static constexpr std::chrono::milliseconds LongestPatience{1000};
