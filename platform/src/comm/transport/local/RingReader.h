@@ -64,7 +64,7 @@ class RingReader {
     Result broken(const char* fault);
 
     // How many records are read at once, so that a peer that never stops does not keep the reader from its others.
-    static constexpr int MostRecords = 128;
+    static constexpr int MostRecords = 64;
 
     RingMemory m_memory;
     RingPosition m_position;            // of the next record
