@@ -9,8 +9,8 @@ namespace comm {
 /// away for good. Any thread, unless said otherwise.
 ///
 /// A thread takes the turn around a group of callbacks and asks `ended` between two of them. Callbacks whose threads
-/// end each other's turns would wait in a circle; the wait that would close the circle is left out. It has a line of the
-/// cache for itself, since a thread asks about the end after each call.
+/// end each other's turns would wait in a circle; the wait that would close the circle is left out. It has a line of
+/// the cache for itself, since a thread asks about the end after each call.
 class alignas(64) CallbackTurn {
   public:
     CallbackTurn() = default;
