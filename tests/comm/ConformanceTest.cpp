@@ -357,6 +357,7 @@ TEST_P(Conformance, ACallbackMayDestroyAProxy) {
     ASSERT_FALSE(target.registration().registerService());
     auto held = std::make_unique<TestProxy>(2);
     ASSERT_FALSE(held->connect());
+    ASSERT_TRUE(target.log.waitFor("connected"));  // one that comes and goes unheard may stay so
     TestService service(1, [&](const comm::Message&) { held.reset(); });
     ASSERT_FALSE(service.registration().registerService());
     TestProxy proxy(1);
