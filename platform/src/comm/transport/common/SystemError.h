@@ -12,4 +12,9 @@ inline bool failed(const ipl::string& operationAndObject, const char* source, in
     return error::record(Error::Transport, operationAndObject + ": " + osal::systemText(errno), source, line);
 }
 
+/// Whether an operation failed because the system or the process is short of something, which may pass.
+inline bool isShortage(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
+}
+
 }  // namespace comm::transport

@@ -13,10 +13,6 @@ namespace {
 
 constexpr const char* Source = "comm/transport/local/Dispatcher";
 
-bool isShortage(int error) {
-    return error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM;
-}
-
 }  // namespace
 
 Dispatcher::Dispatcher(Warnings& warnings, const Identity& identity, std::shared_ptr<ListenerEvents> events)

@@ -19,12 +19,6 @@ namespace {
 constexpr const char* ImpossiblePosition = "it claims an impossible position";
 constexpr const char* Source = "comm/transport/local/LocalLink";
 
-// Of the system, or of a service that does not accept what waits at its socket.
-bool isShortage(int error) {
-    return error == EAGAIN || error == EMFILE || error == ENFILE || error == ENOBUFS || error == ENOMEM ||
-           error == ETOOMANYREFS;
-}
-
 }  // namespace
 
 LocalLink::LocalLink(LocalTransport& transport, const TrackedBase::IdentityArgs& identity,
